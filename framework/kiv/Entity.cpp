@@ -1,0 +1,14 @@
+#include "kiv/Entity.h"
+
+namespace Kiv {
+
+String Entity::fullName() const {
+   std::string path;
+   for (const Entity * e = this; e; e = e->parent()) {
+      path.insert(0, e->name().view());
+      path.insert(0, "/");
+   }
+   return String(path);
+}
+
+} // namespace Kiv

@@ -1,0 +1,101 @@
+#include "kiv/Ptr.h"
+
+#include <atomic>
+#include <cassert>
+#include <cstdlib>
+#include <cxxabi.h>
+#include <memory>
+
+#include "kiv/Exception.h"
+
+namespace Kiv {
+
+namespace {
+
+bool threadSafePointers = false;
+
+struct Registry {
+   // Counters never move once created: the map owns them through unique_ptr.
+   std::map< std::string, std::unique_ptr< std::int64_t > > counters;
+};
+
+Registry & registry() {
+   static Registry * r = new Registry; // lives for the whole process
+   return *r;
+}
+
+std::string demangle(const char * name) {
+   int status = 0;
+   char * text = abi::__cxa_demangle(name, nullptr, nullptr, &status);
+   std::string result = (status == 0 && text) ? text : name;
+   std::free(text);
+   return result;
+}
+
+void bump(std::int64_t * counter, std::int64_t delta) {
+   if (threadSafePointers) {
+      std::atomic_ref< std::int64_t >(*counter).fetch_add(delta);
+   } else {
+      *counter += delta;
+   }
+}
+
+} // namespace
+
+void enableThreadSafePointersIs(bool on) noexcept { threadSafePointers = on; }
+
+bool enableThreadSafePointers() noexcept { return threadSafePointers; }
+
+std::int64_t * LiveCount::counterFor(const std::type_info & type) {
+   auto & slot = registry().counters[demangle(type.name())];
+   if (!slot) slot = std::make_unique< std::int64_t >(0);
+   return slot.get();
+}
+
+std::int64_t LiveCount::count(const std::string & typeName) {
+   auto it = registry().counters.find(typeName);
+   return it == registry().counters.end() ? 0 : *it->second;
+}
+
+std::int64_t LiveCount::total() {
+   std::int64_t sum = 0;
+   for (const auto & entry : registry().counters) sum += *entry.second;
+   return sum;
+}
+
+std::map< std::string, std::int64_t > LiveCount::snapshot() {
+   std::map< std::string, std::int64_t > result;
+   for (const auto & entry : registry().counters) result[entry.first] = *entry.second;
+   return result;
+}
+
+PtrInterface::~PtrInterface() {
+   if (liveCounter_) bump(liveCounter_, -1);
+}
+
+void PtrInterface::kivTrackLive(std::int64_t * counter) noexcept {
+   liveCounter_ = counter;
+   bump(counter, 1);
+}
+
+void PtrInterface::newRef() const noexcept {
+   if (threadSafePointers) {
+      std::atomic_ref< std::uint32_t >(refCount_).fetch_add(1, std::memory_order_relaxed);
+   } else {
+      ++refCount_;
+   }
+}
+
+void PtrInterface::delRef() const noexcept {
+   std::uint32_t left;
+   if (threadSafePointers) {
+      left = std::atomic_ref< std::uint32_t >(refCount_).fetch_sub(1, std::memory_order_acq_rel) - 1;
+   } else {
+      left = --refCount_;
+   }
+   if (left == 0) delete this;
+}
+
+void throwNullValidPtr() { throwRangeException("null ValidPtr"); }
+
+} // namespace Kiv
