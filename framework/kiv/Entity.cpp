@@ -1,5 +1,7 @@
 #include "kiv/Entity.h"
 
+#include "kiv/Strep.h"
+
 namespace Kiv {
 
 String Entity::fullName() const {
@@ -10,5 +12,7 @@ String Entity::fullName() const {
    }
    return String(path);
 }
+
+String Entity::kivStrep() const { return valueToStrep(fullName()); }
 
 } // namespace Kiv

@@ -19,6 +19,7 @@
 // A change inside a nested entity notifies only that entity's watchers.
 #pragma once
 
+#include <type_traits>
 #include <utility>
 
 #include "kiv/HashMap.h"
@@ -48,13 +49,17 @@ class Entity : public PtrInterface {
 
    NotifierList & kivNotifierList() noexcept { return notifiers_; }
 
+   // The entity's string form, as traces and generic texts show it: its full
+   // name in quotes.
+   virtual String kivStrep() const;
+
  protected:
-   // Delivers `fn(args...)` to every attached notifiee of type N, unless this
-   // entity's notifications are switched off or it is a zombie.
-   template < class N, class... P, class... A >
-   void kivNotify(void (N::*fn)(P...), A &&... args) {
+   // Calls `deliver(notifiee)` for every attached notifiee of type N, unless
+   // this entity's notifications are switched off or it is a zombie.
+   template < class N, class F >
+   void kivNotifyEach(F && deliver) {
       if (notifiers_.empty() || !hasNotificationActive() || isZombie()) return;
-      notifiers_.notify< N >([&](N & n) { (n.*fn)(args...); });
+      notifiers_.notify< N >(deliver);
    }
 
  private:
@@ -134,7 +139,16 @@ class EntityTable {
    HashMap< K, Ptr< T >, H > map_;
 };
 
+// The trace text of a pointer to an entity: its string form, or "null".
+template < class T, class = std::enable_if_t< std::is_base_of_v< Entity, T > > >
+String kivTraceText(const Ptr< T > & entity) {
+   return entity ? entity->kivStrep() : String("null");
+}
+
 } // namespace Kiv
+
+// Delivers one callback to the NotifieeConst watchers of the enclosing type.
+#define KIV_NOTIFY_ON(call) kivNotifyEach< NotifieeConst >([&](NotifieeConst & n) { n.call; })
 
 // A scalar attribute `name` of type `Type`; watchers receive on<Name>().
 #define KIV_SCALAR(Type, name, Name)                                                 \
@@ -143,7 +157,7 @@ class EntityTable {
    void name##Is(const Type & value) {                                               \
       if (name##_ == value) return;                                                  \
       name##_ = value;                                                               \
-      kivNotify(&NotifieeConst::on##Name);                                           \
+      KIV_NOTIFY_ON(on##Name());                                           \
    }                                                                                 \
                                                                                      \
  private:                                                                            \
@@ -157,19 +171,19 @@ class EntityTable {
    V name(const K & key) const { return name##_.get(key); }                          \
    bool name##Has(const K & key) const { return name##_.contains(key); }             \
    void name##Is(const K & key, const V & value) {                                   \
-      if (name##_.set(key, value)) kivNotify(&NotifieeConst::on##Name, key);         \
+      if (name##_.set(key, value)) KIV_NOTIFY_ON(on##Name(key));         \
    }                                                                                 \
    void name##Del(const K & key) {                                                   \
-      if (name##_.del(key)) kivNotify(&NotifieeConst::on##Name, key);                \
+      if (name##_.del(key)) KIV_NOTIFY_ON(on##Name(key));                \
    }                                                                                 \
    void name##DelAll() {                                                             \
       for (auto & it : name##_.map()) {                                              \
          K key = it.key();                                                           \
          name##_.map().erase(it);                                                    \
-         kivNotify(&NotifieeConst::on##Name, key);                                   \
+         KIV_NOTIFY_ON(on##Name(key));                                   \
       }                                                                              \
    }                                                                                 \
-   void name##Notify(const K & key) { kivNotify(&NotifieeConst::on##Name, key); }    \
+   void name##Notify(const K & key) { KIV_NOTIFY_ON(on##Name(key)); }    \
    std::size_t name##Size() const noexcept { return name##_.size(); }                \
    Kiv::HashMap< K, V > & name##Map() noexcept { return name##_.map(); }             \
    const Kiv::HashMap< K, V > & name##Map() const noexcept { return name##_.map(); } \
@@ -189,12 +203,12 @@ class EntityTable {
    Kiv::Ptr< T > name##Is(const K & key, A &&... args) {                             \
       auto [member, created] =                                                       \
          name##_.getOrCreate(key, this, #name, key, std::forward< A >(args)...);     \
-      if (created) kivNotify(&NotifieeConst::on##Name, key);                         \
+      if (created) KIV_NOTIFY_ON(on##Name(key));                         \
       return member;                                                                 \
    }                                                                                 \
    Kiv::Ptr< T > name##Del(const K & key) {                                          \
       Kiv::Ptr< T > removed = name##_.del(key);                                      \
-      if (removed) kivNotify(&NotifieeConst::on##Name, key);                         \
+      if (removed) KIV_NOTIFY_ON(on##Name(key));                         \
       return removed;                                                                \
    }                                                                                 \
    void name##DelAll() {                                                             \
@@ -203,7 +217,7 @@ class EntityTable {
          name##Del(key);                                                             \
       }                                                                              \
    }                                                                                 \
-   void name##Notify(const K & key) { kivNotify(&NotifieeConst::on##Name, key); }    \
+   void name##Notify(const K & key) { KIV_NOTIFY_ON(on##Name(key)); }    \
    std::size_t name##Size() const noexcept { return name##_.size(); }                \
    Kiv::HashMap< K, Kiv::Ptr< T > > & name##Map() noexcept { return name##_.map(); } \
    const Kiv::HashMap< K, Kiv::Ptr< T > > & name##Map() const noexcept {             \

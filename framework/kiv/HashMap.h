@@ -23,6 +23,7 @@
 #include <cassert>
 #include <cstdint>
 #include <functional>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -38,10 +39,15 @@ class HashMap {
    };
 
  public:
-   class Iterator {
+   // Iterates a map; a ConstIterator gives read-only values.
+   template < bool Const >
+   class IteratorT {
+      using MapT = std::conditional_t< Const, const HashMap, HashMap >;
+      using ValueRef = std::conditional_t< Const, const V &, V & >;
+
     public:
-      Iterator(const Iterator & o) : map_(o.map_), pos_(o.pos_) { ++map_->iterators_; }
-      Iterator & operator=(const Iterator & o) {
+      IteratorT(const IteratorT & o) : map_(o.map_), pos_(o.pos_) { ++map_->iterators_; }
+      IteratorT & operator=(const IteratorT & o) {
          if (this != &o) {
             --map_->iterators_;
             map_ = o.map_;
@@ -50,7 +56,7 @@ class HashMap {
          }
          return *this;
       }
-      ~Iterator() { --map_->iterators_; }
+      ~IteratorT() { --map_->iterators_; }
 
       // True while the iterator stands on an entry.
       bool valid() {
@@ -62,33 +68,45 @@ class HashMap {
          assert(pos_ < map_->slots_.size() && "iterator at end");
          return map_->slots_[pos_].key;
       }
-      V & value() {
+      ValueRef value() {
          settle();
          assert(pos_ < map_->slots_.size() && "iterator at end");
          return map_->slots_[pos_].value;
       }
-      Iterator & operator++() {
+      // After the current entry was erased, the next live entry already is
+      // its successor, so only a live current entry is stepped over.
+      // Moves to the next entry. An iterator whose entry was erased under it
+      // already stands before the next one, so it only settles there.
+      IteratorT & operator++() {
+         if (pos_ < map_->slots_.size() && map_->slots_[pos_].live) ++pos_;
          settle();
-         if (pos_ < map_->slots_.size()) ++pos_;
          return *this;
       }
       // Moves back to the first entry (wrap-around).
-      void rewind() { pos_ = 0; }
+      void rewind() {
+         pos_ = 0;
+         settle();
+      }
 
       // Range-for support: `for (auto & it : map) { it.key(); map.erase(it); }`.
       struct End {};
       bool operator!=(End) { return valid(); }
-      Iterator & operator*() { return *this; }
+      IteratorT & operator*() { return *this; }
 
     private:
       friend class HashMap;
-      Iterator(HashMap * map, std::size_t pos) : map_(map), pos_(pos) { ++map_->iterators_; }
+      IteratorT(MapT * map, std::size_t pos) : map_(map), pos_(pos) {
+         ++map_->iterators_;
+         settle();
+      }
       void settle() {
          while (pos_ < map_->slots_.size() && !map_->slots_[pos_].live) ++pos_;
       }
-      HashMap * map_;
+      MapT * map_;
       std::size_t pos_;
    };
+   using Iterator = IteratorT< false >;
+   using ConstIterator = IteratorT< true >;
 
    HashMap() = default;
    HashMap(const HashMap & o) {
@@ -112,7 +130,9 @@ class HashMap {
    bool empty() const noexcept { return live_ == 0; }
 
    Iterator begin() { return Iterator(this, 0); }
+   ConstIterator begin() const { return ConstIterator(this, 0); }
    typename Iterator::End end() { return {}; }
+   typename ConstIterator::End end() const { return {}; }
    // An iterator on `key`, or at the end when the key is absent.
    Iterator find(const K & key) {
       std::size_t pos = lookup(key, hashOf(key));
@@ -135,13 +155,15 @@ class HashMap {
    std::pair< V *, bool > insert(const K & key, VV && value) {
       std::uint32_t h = hashOf(key);
       std::size_t pos = lookup(key, h);
+      // `value` may refer into this map: take it before anything moves.
+      Slot fresh{key, std::forward< VV >(value), h, true};
       if (pos != npos) {
          [[maybe_unused]] V old = std::move(slots_[pos].value);
-         slots_[pos].value = std::forward< VV >(value);
+         slots_[pos].value = std::move(fresh.value);
          return {&slots_[pos].value, false};
       }
       maybeCompact();
-      slots_.push_back(Slot{key, std::forward< VV >(value), h, true});
+      slots_.push_back(std::move(fresh));
       ++live_;
       indexAdd(slots_.size() - 1, h);
       return {&slots_.back().value, true};
@@ -154,9 +176,10 @@ class HashMap {
       eraseAt(pos);
       return true;
    }
-   // Removes the entry the iterator stands on; the iterator stays usable.
+   // Removes the entry the iterator stands on (nothing when that entry is
+   // already gone); the iterator stays usable and advances past it.
    void erase(Iterator & it) {
-      if (it.valid()) eraseAt(it.pos_);
+      if (it.pos_ < slots_.size() && slots_[it.pos_].live) eraseAt(it.pos_);
    }
    // Walks the map from its beginning and removes every entry.
    void clear() {
@@ -261,7 +284,7 @@ class HashMap {
    unsigned shift_ = 28;
    std::size_t live_ = 0;
    std::size_t dead_ = 0;
-   std::size_t iterators_ = 0; // live iterators; compaction waits for zero
+   mutable std::size_t iterators_ = 0; // live iterators; compaction waits for zero
 };
 
 // Collections of counted objects keyed by a string or a name, and collections

@@ -142,16 +142,25 @@ void NotifierList::notify(F && deliver) {
    Frame frame;
    frame.outer = frames_;
    frames_ = &frame;
+   // Unlinks the frame however delivery ends, a callback's exception
+   // included, so the list never keeps a pointer into a dead stack frame.
+   struct Unlink {
+      NotifierList * list;
+      Frame & frame;
+      ~Unlink() {
+         if (frame.destroyed) return; // the notifier went away; touch nothing
+         list->frames_ = frame.outer;
+         if (!list->frames_) list->compact();
+      }
+   } unlink{this, frame};
    // Notifiees attached during this delivery sit past `count` and wait for the next.
    std::size_t count = notifiees_.size();
    for (std::size_t i = 0; i < count; ++i) {
       NotifieeBase * n = notifiees_[i];
       if (!n || !n->receives()) continue;
       deliver(static_cast< N & >(*n));
-      if (frame.destroyed) return; // the notifier went away; touch nothing
+      if (frame.destroyed) return;
    }
-   frames_ = frame.outer;
-   if (!frames_) compact();
 }
 
 } // namespace Kiv

@@ -107,6 +107,10 @@ String operator+(const String & a, std::string_view b) {
 
 String operator+(const String & a, const String & b) { return a + b.view(); }
 
+String operator+(const String & a, const char * b) { return a + std::string_view(b ? b : ""); }
+
+String operator+(const String & a, const std::string & b) { return a + std::string_view(b); }
+
 String operator+(const char * a, const String & b) { return String(a) + b.view(); }
 
 std::ostream & operator<<(std::ostream & os, const String & s) { return os << s.view(); }

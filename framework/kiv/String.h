@@ -52,6 +52,8 @@ class String {
    const char * end() const noexcept { return charPtr() + size(); }
    std::size_t size() const noexcept { return data_ ? data_->size_ : 0; }
    bool empty() const noexcept { return size() == 0; }
+   // True for a non-empty text.
+   explicit operator bool() const noexcept { return size() != 0; }
    std::string_view view() const noexcept { return {charPtr(), size()}; }
    std::string stdString() const { return std::string(view()); }
    // The hash of the text; the empty string hashes like any other text.
@@ -71,6 +73,9 @@ class String {
 
 String operator+(const String & a, std::string_view b);
 String operator+(const String & a, const String & b);
+// Exact matches, so that `s + "text"` picks neither conversion over the other.
+String operator+(const String & a, const char * b);
+String operator+(const String & a, const std::string & b);
 String operator+(const char * a, const String & b);
 std::ostream & operator<<(std::ostream & os, const String & s);
 

@@ -2,6 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kiv/Ptr.h"
+#include "kiv/Strep.h"
 #include "kiv/String.h"
 
 namespace {
@@ -23,6 +31,296 @@ TEST(HashMapTest, IteratesInInsertionOrderAndOverwritesInPlace) {
    m.erase("a");
    m.insert("a", 8);
    EXPECT_EQ(keys(m), (std::vector< std::string >{"c", "b", "a"}));
+}
+
+TEST(HashMapTest, ErasingThroughTheIteratorThenAdvancingVisitsEveryEntry) {
+   Map m;
+   for (const char * k : {"a", "b", "c", "d", "e"}) m.insert(k, 1);
+   std::vector< std::string > visited;
+   for (auto & it : m) {
+      visited.push_back(it.key().stdString());
+      if (it.key() != "c") m.erase(it);
+   }
+   EXPECT_EQ(visited, (std::vector< std::string >{"a", "b", "c", "d", "e"}));
+   EXPECT_EQ(keys(m), (std::vector< std::string >{"c"}));
+   m.clear();
+   EXPECT_TRUE(m.empty());
+}
+
+Map lettered(const char * letters) {
+   Map m;
+   for (const char * c = letters; *c; ++c) m.insert(Kiv::String(c, 1), *c - 'a');
+   return m;
+}
+
+TEST(HashMapTest, ErasingOthersAndInsertingWhileIterating) {
+   Map m = lettered("abcde");
+   std::vector< std::string > visited;
+   for (auto & it : m) {
+      visited.push_back(it.key().stdString());
+      if (it.key() == "b") {
+         m.erase("c"); // not reached yet: skipped
+         m.erase("a"); // already passed
+         m.insert("f", 5);
+         m.insert("d", 30); // overwritten in place, visited once
+      }
+   }
+   EXPECT_EQ(visited, (std::vector< std::string >{"a", "b", "d", "e", "f"}));
+   EXPECT_EQ(keys(m), (std::vector< std::string >{"b", "d", "e", "f"}));
+   EXPECT_EQ(*m.get("d"), 30);
+   EXPECT_FALSE(m.contains("c"));
+}
+
+TEST(HashMapTest, FindPositionsTheIteratorAndRewindWrapsAround) {
+   Map m = lettered("abcd");
+   auto it = m.find("c");
+   ASSERT_TRUE(it.valid());
+   EXPECT_EQ(it.value(), 2);
+   std::vector< std::string > visited;
+   for (; it.valid(); ++it) visited.push_back(it.key().stdString());
+   EXPECT_EQ(visited, (std::vector< std::string >{"c", "d"}));
+   ++it; // stays at the end
+   EXPECT_FALSE(it.valid());
+   it.rewind();
+   ASSERT_TRUE(it.valid());
+   EXPECT_EQ(it.key(), "a");
+
+   m.erase("a");
+   it.rewind(); // the first entry that is still there
+   EXPECT_EQ(it.key(), "b");
+   EXPECT_FALSE(m.find("z").valid());
+   EXPECT_FALSE(Map().find("a").valid());
+}
+
+TEST(HashMapTest, ClearEmptiesTheMapAndItRefills) {
+   Map m = lettered("abcdefghijklmnopqrstuvwxyz");
+   m.clear();
+   EXPECT_TRUE(m.empty());
+   EXPECT_EQ(m.size(), 0u);
+   EXPECT_EQ(m.get("a"), nullptr);
+   EXPECT_TRUE(keys(m).empty());
+   m.insert("z", 1);
+   m.insert("a", 2);
+   EXPECT_EQ(keys(m), (std::vector< std::string >{"z", "a"}));
+}
+
+TEST(HashMapTest, CompactionAfterManyErasuresKeepsOrderAndLookups) {
+   Kiv::HashMap< int, int > m;
+   for (int i = 0; i < 200; ++i) m.insert(i, i * 10);
+   for (int i = 0; i < 200; ++i) {
+      if (i % 7 != 0) m.erase(i);
+   }
+   for (int i = 200; i < 260; ++i) m.insert(i, i * 10); // compacts on the way
+   std::vector< int > expected;
+   for (int i = 0; i < 200; i += 7) expected.push_back(i);
+   for (int i = 200; i < 260; ++i) expected.push_back(i);
+   std::vector< int > order;
+   for (auto & it : m) {
+      order.push_back(it.key());
+      EXPECT_EQ(it.value(), it.key() * 10);
+   }
+   EXPECT_EQ(order, expected);
+   EXPECT_EQ(m.size(), expected.size());
+   for (int i = 0; i < 260; ++i) {
+      const int * v = m.get(i);
+      EXPECT_EQ(v != nullptr, i >= 200 || i % 7 == 0) << i;
+   }
+}
+
+TEST(HashMapTest, ALiveIteratorHoldsItsPlaceThroughChurn) {
+   Kiv::HashMap< int, int > m;
+   for (int i = 0; i < 100; ++i) m.insert(i, i);
+   auto it = m.find(50);
+   for (int i = 0; i < 100; ++i) {
+      if (i != 50) m.erase(i);
+   }
+   for (int i = 100; i < 300; ++i) m.insert(i, i);
+   EXPECT_EQ(it.key(), 50);
+   ++it;
+   EXPECT_EQ(it.key(), 100); // entries inserted meanwhile follow in order
+}
+
+TEST(HashMapTest, InsertTakesItsValueFromTheSameMap) {
+   Kiv::HashMap< Kiv::String, Kiv::String > m;
+   for (int i = 0; i < 40; ++i) m.insert(Kiv::format("k%d", i), Kiv::format("v%d", i));
+   for (int i = 0; i < 39; ++i) m.erase(Kiv::format("k%d", i));
+   m.insert("copy", *m.get("k39")); // compaction moves the source entry
+   EXPECT_EQ(*m.get("copy"), "v39");
+   m.insert("k39", *m.get("k39")); // overwrite with its own value
+   EXPECT_EQ(*m.get("k39"), "v39");
+}
+
+// A value whose destruction changes the map that held it.
+struct Hostile : Kiv::PtrInterface {
+   using Map = Kiv::HashMap< int, Kiv::Ptr< Hostile > >;
+   Hostile(Map * map, int eraseKey, int insertKey)
+         : map_(map), eraseKey_(eraseKey), insertKey_(insertKey) {}
+   ~Hostile() override {
+      if (eraseKey_ >= 0) map_->erase(eraseKey_);
+      if (insertKey_ >= 0) map_->insert(insertKey_, Kiv::Ptr< Hostile >());
+   }
+   Map * map_;
+   int eraseKey_;
+   int insertKey_;
+};
+
+TEST(HashMapTest, ValueDestructorMayEraseFromAndInsertIntoTheMap) {
+   Hostile::Map m;
+   // An even key's value erases its odd neighbour and adds a key when it
+   // goes. Erased slots pile up until an addition, made from inside erase(),
+   // compacts the map under it.
+   for (int i = 0; i < 40; ++i) {
+      m.insert(i, i % 2 == 0 ? Kiv::kivNew< Hostile >(&m, i + 1, 1000 + i) : nullptr);
+   }
+   for (int i = 0; i < 40; i += 2) EXPECT_TRUE(m.erase(i));
+   std::vector< int > order;
+   std::vector< int > expected;
+   for (auto & it : m) order.push_back(it.key());
+   for (int i = 0; i < 40; i += 2) expected.push_back(1000 + i);
+   EXPECT_EQ(order, expected);
+   for (int i = 0; i < 40; ++i) EXPECT_FALSE(m.contains(i)) << i;
+   for (int key : expected) EXPECT_TRUE(m.contains(key)) << key;
+   EXPECT_EQ(Kiv::LiveCount::count("(anonymous namespace)::Hostile"), 0);
+
+   // Through an iterator: keys added by destructors are visited and erased too.
+   for (int i = 0; i < 8; ++i) m.insert(2000 + i, Kiv::kivNew< Hostile >(&m, -1, 3000 + i));
+   m.clear();
+   EXPECT_TRUE(m.empty());
+   EXPECT_EQ(Kiv::LiveCount::count("(anonymous namespace)::Hostile"), 0);
+}
+
+// The model: entries in first-insertion order, erased ones marked dead; dead
+// entries are dropped only between iterations, as the map may do.
+struct Model {
+   struct Entry {
+      int key;
+      int value;
+      bool live;
+   };
+   std::vector< Entry > seq;
+   std::map< int, std::size_t > where;
+
+   void insert(int key, int value) {
+      auto found = where.find(key);
+      if (found != where.end()) {
+         seq[found->second].value = value;
+      } else {
+         where[key] = seq.size();
+         seq.push_back({key, value, true});
+      }
+   }
+   void erase(int key) {
+      auto found = where.find(key);
+      if (found == where.end()) return;
+      seq[found->second].live = false;
+      where.erase(found);
+   }
+   std::size_t settle(std::size_t pos) const {
+      while (pos < seq.size() && !seq[pos].live) ++pos;
+      return pos;
+   }
+   void compact() {
+      std::vector< Entry > kept;
+      where.clear();
+      for (const Entry & e : seq) {
+         if (!e.live) continue;
+         where[e.key] = kept.size();
+         kept.push_back(e);
+      }
+      seq.swap(kept);
+   }
+};
+
+unsigned testSeed() {
+   const char * fixed = std::getenv("KIV_TEST_SEED");
+   return fixed ? static_cast< unsigned >(std::strtoul(fixed, nullptr, 10)) : std::random_device()();
+}
+
+void expectSameContents(Kiv::HashMap< int, int > & m, Model & model) {
+   std::vector< std::pair< int, int > > got;
+   std::vector< std::pair< int, int > > want;
+   for (auto & it : m) got.emplace_back(it.key(), it.value());
+   for (const Model::Entry & e : model.seq) {
+      if (e.live) want.emplace_back(e.key, e.value);
+   }
+   ASSERT_EQ(got, want);
+   ASSERT_EQ(m.size(), want.size());
+   for (int k = 0; k < 64; ++k) {
+      const int * v = m.get(k);
+      auto found = model.where.find(k);
+      ASSERT_EQ(v != nullptr, found != model.where.end()) << "key " << k;
+      if (v) {
+         ASSERT_EQ(*v, model.seq[found->second].value) << "key " << k;
+      }
+   }
+}
+
+TEST(HashMapTest, RandomOperationsAgreeWithAModel) {
+   const unsigned seed = testSeed();
+   SCOPED_TRACE("KIV_TEST_SEED=" + std::to_string(seed));
+   RecordProperty("seed", std::to_string(seed));
+   std::mt19937 rng(seed);
+   auto pick = [&](int n) { return static_cast< int >(rng() % static_cast< unsigned >(n)); };
+
+   Kiv::HashMap< int, int > m;
+   Model model;
+   for (int op = 0; op < 3000; ++op) {
+      const int kind = pick(10);
+      if (kind < 4) {
+         const int key = pick(64);
+         const int value = pick(1000);
+         m.insert(key, value);
+         model.insert(key, value);
+      } else if (kind < 6) {
+         const int key = pick(64);
+         EXPECT_EQ(m.erase(key), model.where.count(key) == 1);
+         model.erase(key);
+      } else if (kind < 7) {
+         expectSameContents(m, model);
+      } else {
+         // One walk, with a second iterator parked on some key meanwhile.
+         const int parkedKey = pick(64);
+         auto parked = m.find(parkedKey);
+         auto it = pick(3) == 0 ? m.find(pick(64)) : m.begin();
+         std::size_t pos = it.valid() ? model.where.at(it.key()) : model.seq.size();
+         std::size_t parkedPos =
+            model.where.count(parkedKey) ? model.where.at(parkedKey) : model.seq.size();
+         for (int step = 0; step < 40; ++step) {
+            pos = model.settle(pos);
+            ASSERT_EQ(it.valid(), pos < model.seq.size()) << "op " << op << " step " << step;
+            if (!it.valid()) break;
+            ASSERT_EQ(it.key(), model.seq[pos].key);
+            ASSERT_EQ(it.value(), model.seq[pos].value);
+            const int action = pick(8);
+            if (action == 0) {
+               model.erase(it.key());
+               m.erase(it);
+            } else if (action == 1) {
+               const int key = pick(64);
+               m.erase(key);
+               model.erase(key);
+            } else if (action == 2) {
+               const int key = pick(64);
+               const int value = pick(1000);
+               m.insert(key, value);
+               model.insert(key, value);
+            } else if (action == 3 && pick(4) == 0) {
+               it.rewind();
+               pos = 0;
+               continue;
+            }
+            ++it;
+            ++pos;
+         }
+         parkedPos = model.settle(parkedPos);
+         ASSERT_EQ(parked.valid(), parkedPos < model.seq.size());
+         if (parked.valid()) {
+            ASSERT_EQ(parked.key(), model.seq[parkedPos].key);
+         }
+      }
+      if (kind >= 7) model.compact(); // no iterator is live any more
+   }
+   expectSameContents(m, model);
 }
 
 } // namespace

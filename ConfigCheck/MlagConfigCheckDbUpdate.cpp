@@ -1,0 +1,133 @@
+#include "MlagConfigCheckDbUpdate.h"
+
+#include "MlagConfigCheckNaming.h"
+#include "MlagConfigCheckTrace.h"
+#include "MlagConfigCheckUtil.h"
+
+namespace Mlag::ConfigCheck {
+
+namespace {
+
+constexpr char kivTraceSource[] = "MlagConfigCheckSm";
+constexpr char updateUtilSignature[] =
+   "void Mlag::ConfigCheck::updateConfigCheckDbUtil(const Ptr&, const Ptr&, const PtrConst&, "
+   "Kiv::String, const Ptr&, const Ptr&, Kiv::String, bool)";
+
+Kiv::String overridden(const Kiv::Ptr< ConfigCheckDesc > & desc, const Kiv::String & value) {
+   Kiv::String replacement = desc->valueStrOverride(value);
+   return replacement.empty() ? value : replacement;
+}
+
+void recordLocal(const Kiv::Ptr< ConfigCheckDesc > & desc,
+                 const Kiv::Ptr< ConfigPluginDir > & pluginDir, const Porta::IntfId & intfId,
+                 const Kiv::String & paramName, const Kiv::String & name,
+                 const Kiv::String & value, const Kiv::String & defaultValue) {
+   if (intfId) {
+      doInsertLocalIntfParam(pluginDir, paramName, name, value, defaultValue,
+                             desc->absenceImpliesDefaultVal());
+   } else {
+      doInsertLocalParam(pluginDir, paramName, name, value);
+   }
+}
+
+} // namespace
+
+Kiv::String mlagIdOf(const Kiv::PtrConst< Mlag::Config > & mlagConfig,
+                     const Porta::IntfId & intfId) {
+   if (!intfId || !mlagConfig) return Kiv::String();
+   return mlagConfig->intfConfig(intfId).mlagId();
+}
+
+void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
+                             const Kiv::Ptr< ConfigPluginDir > & pluginDir,
+                             const Kiv::PtrConst< Mlag::Config > & mlagConfig, Kiv::String mlagId,
+                             const Kiv::Ptr< Kiv::GenericIf > & config,
+                             const Kiv::Ptr< GenericConfig > & p2pConfig, Kiv::String name,
+                             bool /*flag*/) {
+   const Porta::IntfId intfId = getIntfId(name);
+   const Kiv::String presentMlagId = mlagIdOf(mlagConfig, intfId);
+   if (!mlagId.empty() && !(mlagId == presentMlagId)) {
+      MLAG_TRACE_FN(7, updateUtilSignature, "Removing parameters with mlag ", mlagId);
+      handleLocalIntfDelete(pluginDir, name);
+   }
+   if (!config) return;
+   const Kiv::KivType & type = config->kivType();
+
+   for (auto & it : desc->attrNameMap()) {
+      const Kiv::String attr = it.key();
+      Kiv::String paramName = getParamName(desc, it.value(), intfId, presentMlagId, name);
+      if (paramName.empty()) continue;
+      const Kiv::KivAttr * attrRecord = type.attr(attr.view());
+      if (!attrRecord || attrRecord->collection) continue;
+      Kiv::String value = overridden(desc, stringUnquote(strRep(config->genericIfGet(*attrRecord))));
+      Kiv::String defaultValue = desc->defaultVal(attr);
+      if (!defaultValue.empty()) {
+         MLAG_TRACE_FN(9, updateUtilSignature, "Default value is ", defaultValue,
+                       " for attribute ", attr);
+      }
+      MLAG_TRACE_FN(9, updateUtilSignature, "Updating ", paramName, " with local val ", value);
+      recordLocal(desc, pluginDir, intfId, paramName, name, value, defaultValue);
+      if (!p2pConfig) continue;
+      // A value equal to its default is left out of the record: to the peer,
+      // its absence already means the default.
+      if (!desc->absenceImpliesDefaultVal() ||
+          !isValueDefault(pluginDir, paramName, name, value)) {
+         p2pConfig->attrIs(attr, value);
+      }
+   }
+
+   for (auto & it : desc->collectionNameMap()) {
+      const Kiv::String coll = it.key();
+      const Kiv::String displayName = it.value();
+      const Kiv::KivAttr * attrRecord = type.attr(coll.view());
+      if (!attrRecord || !attrRecord->collection) continue;
+      const Kiv::String defaultValue = desc->defaultVal(coll);
+      for (Kiv::GenericIterator member = config->genericIfIterator(*attrRecord); member.valid();
+           member.advance()) {
+         const Kiv::String key = stringUnquote(strRep(member.key()));
+         Kiv::String paramName = getParamName(desc, collectionMemberParam(key, displayName),
+                                              intfId, presentMlagId, name);
+         if (paramName.empty()) continue;
+         Kiv::String value = overridden(desc, stringUnquote(strRep(member.value())));
+         MLAG_TRACE_FN(9, updateUtilSignature, "Updating ", paramName, " with local val ", value);
+         // Members are published first and whatever their value.
+         if (p2pConfig) p2pConfig->attrCollectionIs(CollectionConfig(coll, key), value);
+         recordLocal(desc, pluginDir, intfId, paramName, name, value, defaultValue);
+      }
+   }
+}
+
+void updateConfigCheckDbPeer(const Kiv::Ptr< ConfigCheckDesc > & desc,
+                             const Kiv::Ptr< ConfigPluginDir > & pluginDir,
+                             const Kiv::PtrConst< Mlag::Config > & mlagConfig, Kiv::String mlagId,
+                             const Kiv::PtrConst< GenericConfig > & peerConfig, Kiv::String name) {
+   const Porta::IntfId intfId = getIntfId(name);
+   const Kiv::String presentMlagId = mlagIdOf(mlagConfig, intfId);
+   if (!mlagId.empty() && !(mlagId == presentMlagId)) handlePeerIntfDelete(pluginDir, name);
+   if (!peerConfig) return;
+   for (auto & it : peerConfig->attrMap()) {
+      Kiv::String paramName =
+         getParamName(desc, desc->attrName(it.key()), intfId, presentMlagId, name);
+      insertPeerParam(pluginDir, paramName, name, intfId, it.value());
+   }
+   for (auto & it : peerConfig->attrCollectionMap()) {
+      const CollectionConfig & member = it.key();
+      Kiv::String base =
+         collectionMemberParam(member.key(), desc->collectionName(member.collection()));
+      Kiv::String paramName = getParamName(desc, base, intfId, presentMlagId, name);
+      insertPeerParam(pluginDir, paramName, name, intfId, it.value());
+   }
+}
+
+void insertPeerParam(const Kiv::Ptr< ConfigPluginDir > & pluginDir, Kiv::String paramName,
+                     Kiv::String owner, Porta::IntfId intfId, Kiv::String peerVal) {
+   if (paramName.empty()) return;
+   MLAG_TRACE(9, "Updating ", paramName, " with peer val ", peerVal);
+   if (intfId) {
+      doInsertPeerIntfParam(pluginDir, paramName, owner, peerVal);
+   } else {
+      doInsertPeerParam(pluginDir, paramName, owner, peerVal);
+   }
+}
+
+} // namespace Mlag::ConfigCheck

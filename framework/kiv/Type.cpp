@@ -1,0 +1,63 @@
+#include "kiv/Type.h"
+
+#include "kiv/Exception.h"
+#include "kiv/GenericIf.h"
+
+namespace Kiv {
+
+namespace {
+
+std::vector< Ptr< KivType > > & registry() {
+   static auto * types = new std::vector< Ptr< KivType > >; // lives for the whole process
+   return *types;
+}
+
+} // namespace
+
+const KivAttr * KivType::attr(std::string_view name) const noexcept {
+   for (const KivAttr & a : attrs_) {
+      if (a.name.view() == name) return &a;
+   }
+   return nullptr;
+}
+
+const KivAttr * KivType::attr(std::uint32_t id) const noexcept {
+   return id >= 1 && id <= attrs_.size() ? &attrs_[id - 1] : nullptr;
+}
+
+const KivAttr & KivType::attrIs(const String & name, bool collection) {
+   if (const KivAttr * existing = attr(name.view())) return *existing;
+   attrs_.push_back(KivAttr{name, static_cast< std::uint32_t >(attrs_.size() + 1), collection});
+   return attrs_.back();
+}
+
+Ptr< PtrInterface > KivType::create(const std::vector< GenericValue > & args) const {
+   if (!factory_) {
+      throw OperationNotSupportedException("type " + name_.stdString() +
+                                           " cannot be created reflectively");
+   }
+   return factory_(args);
+}
+
+void typeNodeIs(const Ptr< KivType > & type) {
+   validPtr(type);
+   if (typeNode(type->name().view())) {
+      throwNameInUseException("type " + type->name().stdString() + " is already registered");
+   }
+   registry().push_back(type);
+}
+
+Ptr< KivType > typeNode(std::string_view name) {
+   for (const auto & t : registry()) {
+      if (t->name().view() == name) return t;
+   }
+   return Ptr< KivType >();
+}
+
+std::vector< String > registeredTypeNames() {
+   std::vector< String > names;
+   for (const auto & t : registry()) names.push_back(t->name());
+   return names;
+}
+
+} // namespace Kiv

@@ -1,0 +1,61 @@
+// Type records and the process's type registry.
+//
+// A KivType names a registered type and lists its attributes (KivAttr), which
+// are found by name or by id (ids count from 1 in declaration order). A type
+// may carry a factory so that objects of it can be created reflectively from
+// a list of constructor arguments.
+//
+//   Kiv::typeNodeIs(myType);                    // at load time
+//   Kiv::typeNode("Mlag::ConfigCheck::SmCodefKey")->attr("paramName")->id;
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <deque>
+#include <vector>
+
+#include "kiv/Ptr.h"
+#include "kiv/String.h"
+
+namespace Kiv {
+
+class GenericValue;
+
+struct KivAttr {
+   String name;
+   std::uint32_t id = 0;
+   bool collection = false;
+};
+
+class KivType : public PtrInterface {
+ public:
+   using Factory = std::function< Ptr< PtrInterface >(const std::vector< GenericValue > &) >;
+
+   explicit KivType(const String & name) : name_(name) {}
+
+   const String & name() const noexcept { return name_; }
+   const KivAttr * attr(std::string_view name) const noexcept;
+   const KivAttr * attr(std::uint32_t id) const noexcept;
+   // Declares an attribute (or returns the one of that name already declared).
+   const KivAttr & attrIs(const String & name, bool collection);
+   const std::deque< KivAttr > & attrs() const noexcept { return attrs_; }
+
+   void factoryIs(Factory factory) { factory_ = std::move(factory); }
+   // Creates an object from constructor arguments; raises the
+   // operation-not-supported error when the type has no factory.
+   Ptr< PtrInterface > create(const std::vector< GenericValue > & args) const;
+
+ private:
+   String name_;
+   std::deque< KivAttr > attrs_; // attrs_[id - 1]; references stay valid as attributes are added
+   Factory factory_;
+};
+
+// Registers a type; a second type of the same name is refused with the
+// name-in-use error. Registration order is kept.
+void typeNodeIs(const Ptr< KivType > & type);
+Ptr< KivType > typeNode(std::string_view name);
+std::vector< String > registeredTypeNames();
+
+} // namespace Kiv

@@ -1,0 +1,68 @@
+// Kiv::Value: one attribute value of a dynamic entity: none, a string, an
+// integer, a boolean, or a structured value (a named type with fields).
+//
+//   Kiv::Value v = Kiv::Value::integer(9000);
+//   v.strep();                               // "9000"
+//   Kiv::Value::string("active").strep();    // "'active'"
+//
+// Text forms: a string renders quoted (see Strep.h), an integer in decimal, a
+// boolean as true or false, none as empty text, and a structured value as
+// Value('Type', ** {'field': text, ...}) with its fields in byte order of name.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "kiv/Ptr.h"
+#include "kiv/String.h"
+
+namespace Kiv {
+
+class StructValue;
+
+class Value {
+ public:
+   enum class Kind { none, string, integer, boolean, structured };
+
+   Value() = default;
+   static Value string(const String & text);
+   static Value integer(std::int64_t number);
+   static Value boolean(bool flag);
+   static Value structured(const PtrConst< StructValue > & fields);
+
+   Kind kind() const noexcept { return kind_; }
+   bool isNone() const noexcept { return kind_ == Kind::none; }
+   const String & stringValue() const noexcept { return text_; }
+   std::int64_t integerValue() const noexcept { return number_; }
+   bool booleanValue() const noexcept { return number_ != 0; }
+   const PtrConst< StructValue > & structValue() const noexcept { return struct_; }
+
+   String strep() const;
+   bool operator==(const Value & o) const;
+
+ private:
+   Kind kind_ = Kind::none;
+   String text_;
+   std::int64_t number_ = 0;
+   PtrConst< StructValue > struct_;
+};
+
+// The fields of a structured value; immutable once shared.
+class StructValue : public PtrInterface {
+ public:
+   explicit StructValue(const String & typeName) : typeName_(typeName) {}
+
+   const String & typeName() const noexcept { return typeName_; }
+   bool hasField(const std::string & name) const { return fields_.count(name) != 0; }
+   Value field(const std::string & name) const;
+   void fieldIs(const std::string & name, const Value & value) { fields_[name] = value; }
+   // Fields in byte order of name.
+   const std::map< std::string, Value > & fields() const noexcept { return fields_; }
+
+ private:
+   String typeName_;
+   std::map< std::string, Value > fields_;
+};
+
+} // namespace Kiv

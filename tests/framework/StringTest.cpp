@@ -1,0 +1,139 @@
+#include "kiv/String.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "kiv/Exception.h"
+#include "kiv/Ptr.h"
+
+namespace {
+
+TEST(StringTest, CopiesShareOneBufferAndMovesEmptyTheSource) {
+   Kiv::String a("Port-Channel10");
+   Kiv::String b = a;
+   EXPECT_EQ(a.charPtr(), b.charPtr());
+   Kiv::String c;
+   c = b;
+   EXPECT_EQ(c.charPtr(), a.charPtr());
+   Kiv::String & alias = c;
+   c = alias;
+   EXPECT_EQ(c, "Port-Channel10");
+   Kiv::String moved = std::move(b);
+   EXPECT_EQ(moved.charPtr(), a.charPtr());
+   EXPECT_TRUE(b.empty());
+   a = Kiv::String();
+   EXPECT_EQ(moved, "Port-Channel10"); // the shared buffer outlives the first holder
+}
+
+TEST(StringTest, SharingStaysCorrectWithThreadSafeCounts) {
+   Kiv::enableThreadSafePointersIs(true);
+   {
+      Kiv::String a("vlan");
+      std::vector< Kiv::String > copies(8, a);
+      a = "other";
+      copies.resize(1);
+      EXPECT_EQ(copies[0], "vlan");
+   }
+   Kiv::enableThreadSafePointersIs(false);
+}
+
+TEST(StringTest, EmptyStringIsOneValueHoweverMade) {
+   const Kiv::String texts[] = {Kiv::String(), Kiv::String(""), Kiv::String(nullptr),
+                                Kiv::String("abc", 0), Kiv::String(std::string()),
+                                Kiv::String("abc").substr(3), Kiv::String() + ""};
+   for (const Kiv::String & s : texts) {
+      EXPECT_TRUE(s.empty());
+      EXPECT_EQ(s.size(), 0u);
+      EXPECT_STREQ(s.charPtr(), "");
+      EXPECT_EQ(s.begin(), s.end());
+      EXPECT_EQ(s, Kiv::String());
+      EXPECT_EQ(s.hash(), Kiv::String::hashOf(""));
+      EXPECT_FALSE(s < Kiv::String());
+   }
+}
+
+TEST(StringTest, EqualTextsHaveEqualCachedHashes) {
+   Kiv::String a("mtu mlag10");
+   Kiv::String b = Kiv::String("mtu") + " mlag" + "10";
+   EXPECT_NE(a.charPtr(), b.charPtr());
+   EXPECT_EQ(a, b);
+   EXPECT_EQ(a.hash(), b.hash());
+   EXPECT_EQ(a.hash(), Kiv::String::hashOf("mtu mlag10"));
+   EXPECT_EQ(std::hash< Kiv::String >()(a), a.hash());
+   EXPECT_EQ(std::hash< Kiv::Name >()(Kiv::Name("mtu mlag10")), a.hash());
+   EXPECT_NE(Kiv::String("mtu"), Kiv::String("mtv"));
+   std::unordered_set< Kiv::String > set{a, b, "x"};
+   EXPECT_EQ(set.size(), 2u);
+}
+
+TEST(StringTest, EmbeddedNulIsPartOfTheText) {
+   Kiv::String a("a\0b", 3);
+   Kiv::String c("a\0c", 3);
+   EXPECT_EQ(a.size(), 3u);
+   EXPECT_NE(a, c);
+   EXPECT_TRUE(a < c);
+   EXPECT_NE(a, "a"); // a C string stops at its NUL
+}
+
+TEST(StringTest, OrderingIsByteWiseLikeStdString) {
+   std::vector< std::string > texts = {"b", "", "ab", "a", "Ethernet10", "Ethernet2", "\xff", "a b"};
+   for (const std::string & x : texts) {
+      for (const std::string & y : texts) {
+         EXPECT_EQ(Kiv::String(x) < Kiv::String(y), x < y) << x << " < " << y;
+         EXPECT_EQ(Kiv::String(x) == Kiv::String(y), x == y) << x << " == " << y;
+      }
+   }
+}
+
+struct SubstrCase {
+   std::size_t start;
+   std::size_t length;
+   const char * expected;
+};
+
+class StringSubstrTest : public ::testing::TestWithParam< SubstrCase > {};
+
+TEST_P(StringSubstrTest, StaysWithinTheText) {
+   const SubstrCase & c = GetParam();
+   EXPECT_EQ(Kiv::String("mtu mlag10").substr(c.start, c.length), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(StringTest, StringSubstrTest,
+                         ::testing::Values(SubstrCase{0, 3, "mtu"}, SubstrCase{4, 4, "mlag"},
+                                           SubstrCase{8, 100, "10"},
+                                           SubstrCase{4, std::string::npos, "mlag10"},
+                                           SubstrCase{9, 1, "0"}, SubstrCase{10, 1, ""},
+                                           SubstrCase{11, 0, ""}, SubstrCase{2, 0, ""}));
+
+TEST(StringTest, ConcatenationInEveryForm) {
+   Kiv::String mtu("mtu");
+   EXPECT_EQ(mtu + " mlag", "mtu mlag");
+   EXPECT_EQ(mtu + Kiv::String("10"), "mtu10");
+   EXPECT_EQ("lacp " + mtu, "lacp mtu");
+   EXPECT_EQ(Kiv::String() + mtu, "mtu");
+   EXPECT_EQ(mtu + "", "mtu");
+   EXPECT_EQ(mtu + std::string(" 9000"), "mtu 9000");
+   EXPECT_EQ(mtu + std::string_view("!"), "mtu!");
+   EXPECT_EQ(mtu + mtu + mtu, "mtumtumtu");
+   EXPECT_EQ(mtu, "mtu"); // the operands are unchanged
+}
+
+TEST(StringTest, NameParsesItsStringFormAndAdvances) {
+   const std::string text = "'Port-Channel10', 'x'";
+   const char * p = text.data();
+   Kiv::Name name(p, text.data() + text.size());
+   EXPECT_EQ(name, "Port-Channel10");
+   EXPECT_EQ(name, Kiv::String("Port-Channel10"));
+   EXPECT_EQ(std::string(p), ", 'x'");
+
+   const std::string bad = "Port-Channel10";
+   const char * q = bad.data();
+   EXPECT_THROW(Kiv::Name(q, bad.data() + bad.size()), Kiv::ParseException);
+   EXPECT_EQ(q, bad.data());
+}
+
+} // namespace

@@ -1,0 +1,270 @@
+#include "trace/Trace.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "kiv/String.h"
+#include "trace/CaptureSink.h"
+
+namespace TraceTestTypes {
+
+// Goes through kivTraceText, the simple extension.
+struct Widget {
+   int id;
+};
+Kiv::String kivTraceText(const Widget & w) { return Kiv::String("<widget ") + std::to_string(w.id) + ">"; }
+
+// Goes through an Arg specialisation, the lean extension.
+struct Port {
+   Kiv::String name;
+};
+
+} // namespace TraceTestTypes
+
+template <>
+struct Kiv::Trace::Arg< TraceTestTypes::Port > {
+   static QuotedRef wire(const TraceTestTypes::Port & p) { return {p.name.view()}; }
+};
+
+namespace TraceTestFunctions {
+
+void insertRequest(Kiv::String paramName, int groupId) {
+   KIV_TRACE(Kiv::Trace::handle("TraceTest"), "TraceTestSource", 9, "Insert request for paramName=",
+             paramName, ", groupId=", groupId);
+}
+
+} // namespace TraceTestFunctions
+
+namespace {
+
+using namespace Kiv::Trace;
+
+class TraceTest : public ::testing::Test {
+ protected:
+   void SetUp() override {
+      ringlog().enabledIs(true);
+      ringlog().clear();
+      trace_.levelsUpToIs(9);
+   }
+   void TearDown() override { ringlog().sizeIs(RingLog::defaultSize); }
+
+   // The decoded form of a line emitted as `l`.
+   static std::string decoded(const Line & l) {
+      return std::to_string(l.level) + " " + l.source + ":" + std::to_string(l.line) + " " + l.text;
+   }
+
+   Handle & trace_ = handle("TraceTest");
+};
+
+std::vector< int > enabledLevels(const Handle & h) {
+   std::vector< int > out;
+   for (int level = -1; level <= 10; ++level) {
+      if (h.levelEnabled(level)) out.push_back(level);
+   }
+   return out;
+}
+
+TEST_F(TraceTest, LevelsFollowTheSetters) {
+   trace_.levelsUpToIs(-1);
+   EXPECT_EQ(enabledLevels(trace_), std::vector< int >{});
+   trace_.levelIs(7, true);
+   trace_.levelIs(9, true);
+   trace_.levelIs(7, false);
+   EXPECT_EQ(enabledLevels(trace_), std::vector< int >{9});
+   trace_.levelsUpToIs(2);
+   EXPECT_EQ(enabledLevels(trace_), (std::vector< int >{0, 1, 2}));
+   EXPECT_DEATH(trace_.levelIs(10, true), "level");
+}
+
+TEST(TraceHandleTest, EnvironmentSetsTheLevelsOfNewHandles) {
+   struct Case {
+      const char * setting; // "H" stands for the fresh handle's name
+      std::vector< int > levels;
+   };
+   const Case cases[] = {
+      {"H/9", {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}},
+      {"H/7-8", {7, 8}},
+      {"H/0", {0}},
+      {"H/4-4", {4}},
+      {"*/3", {0, 1, 2, 3}},
+      {"Other/9", {}},
+      {"Other/9,H/5-6", {5, 6}},
+      {"H/2, H/8-9", {0, 1, 2, 8, 9}},
+      {"H/x,H/4-4", {4}},
+      {"H", {}},
+      {"H/", {}},
+      {"/9", {}},
+      {"H/10", {}},
+      {"H/8-7", {}},
+      {"H/7-", {}},
+      {"H/-7", {}},
+      {"H/a-b", {}},
+      {",,", {}},
+   };
+   int n = 0;
+   for (const Case & c : cases) {
+      std::string name = "EnvHandle" + std::to_string(n++);
+      std::string setting = c.setting;
+      for (std::size_t at = 0; (at = setting.find('H', at)) != std::string::npos;
+           at += name.size()) {
+         setting.replace(at, 1, name);
+      }
+      setenv("KIV_TRACE", setting.c_str(), 1);
+      Handle & h = handle(name.c_str());
+      unsetenv("KIV_TRACE");
+      EXPECT_EQ(enabledLevels(h), c.levels) << "KIV_TRACE=" << setting;
+      EXPECT_EQ(h.name(), name);
+   }
+}
+
+TEST(TraceHandleTest, HandleIsCreatedOnceAndKeepsItsLevels) {
+   Handle & first = handle("OnceHandle");
+   first.levelsUpToIs(3);
+   setenv("KIV_TRACE", "OnceHandle/9", 1);
+   std::string sameName = "OnceHandle"; // another pointer, same text
+   Handle & again = handle(sameName.c_str());
+   unsetenv("KIV_TRACE");
+   EXPECT_EQ(&first, &again);
+   EXPECT_EQ(enabledLevels(again), (std::vector< int >{0, 1, 2, 3}));
+   EXPECT_NE(&handle("OnceHandleOther"), &first);
+}
+
+TEST_F(TraceTest, LineIsSignatureThenPiecesAndValuesInOrder) {
+   CaptureSink capture;
+   std::string raw = "raw";
+   const char * rawPtr = "ptr";
+   int line = __LINE__ + 1;
+   KIV_TRACE_FN(trace_, "Src", 8, "void f(Kiv::String)", "s=", Kiv::String("mtu"), " n=",
+                Kiv::Name("it's"), " i=", -42, " u=", 7u, " b=", true, false, " d=", 1.5, " ",
+                raw, rawPtr, std::string_view("view"), 'c', " end");
+   ASSERT_EQ(capture.lines().size(), 1u);
+   const Line & l = capture.lines()[0];
+   EXPECT_EQ(l.text, "void f(Kiv::String): s='mtu' n='it\\'s' i=-42 u=7 b=10 d=1.5 rawptrviewc end");
+   EXPECT_EQ(l.handle, "TraceTest");
+   EXPECT_EQ(l.level, 8);
+   EXPECT_EQ(l.source, "Src");
+   EXPECT_EQ(l.line, line);
+   EXPECT_EQ(l.function, "void f(Kiv::String)");
+}
+
+TEST_F(TraceTest, PrettyFunctionIsTheSignatureText) {
+   CaptureSink capture;
+   TraceTestFunctions::insertRequest("mtu", 4);
+   EXPECT_EQ(capture.texts(), std::vector< std::string >{
+                                 "void TraceTestFunctions::insertRequest(Kiv::String, int): "
+                                 "Insert request for paramName='mtu', groupId=4"});
+}
+
+TEST_F(TraceTest, DisabledLevelWritesRecordButNoText) {
+   CaptureSink capture;
+   trace_.levelIs(9, false);
+   TraceTestFunctions::insertRequest("mtu", 4);
+   EXPECT_TRUE(capture.lines().empty());
+   EXPECT_EQ(ringlog().recordsWritten(), 1u);
+   std::vector< std::string > records = ringlog().decode();
+   ASSERT_EQ(records.size(), 1u);
+   EXPECT_EQ(records[0].rfind("9 TraceTestSource:", 0), 0u) << records[0];
+   EXPECT_NE(records[0].find("(Kiv::String, int): Insert request for paramName='mtu', groupId=4"),
+             std::string::npos);
+}
+
+TEST_F(TraceTest, DisabledRingWritesNoRecord) {
+   CaptureSink capture;
+   ringlog().enabledIs(false);
+   TraceTestFunctions::insertRequest("mtu", 4);
+   EXPECT_EQ(ringlog().recordsWritten(), 0u);
+   EXPECT_TRUE(ringlog().decode().empty());
+}
+
+TEST_F(TraceTest, CoverageStreamGetsTextEvenWithLevelOff) {
+   CaptureSink capture;
+   trace_.levelsUpToIs(-1);
+   std::ostringstream coverage;
+   coverageStreamIs(&coverage);
+   KIV_TRACE_FN(trace_, "Src", 7, "void g()", "covered ", 3);
+   coverageStreamIs(nullptr);
+   KIV_TRACE_FN(trace_, "Src", 7, "void g()", "not covered");
+   EXPECT_EQ(coverage.str(), "void g(): covered 3\n");
+   EXPECT_TRUE(capture.lines().empty());
+}
+
+TEST_F(TraceTest, RingDecodesToTheEmittedLines) {
+   CaptureSink capture;
+   for (int i = 0; i < 3; ++i) {
+      TraceTestFunctions::insertRequest(Kiv::String("p") + std::to_string(i), i);
+      KIV_TRACE_FN(trace_, "Other", 7, "void h()", "flag ", i % 2 == 0, " x ", 0.25 * i,
+                   TraceTestTypes::Widget{i}, TraceTestTypes::Port{"Ethernet1"});
+   }
+   std::vector< std::string > expected;
+   for (const Line & l : capture.lines()) expected.push_back(decoded(l));
+   EXPECT_EQ(ringlog().decode(), expected);
+   EXPECT_EQ(expected.size(), 6u);
+}
+
+TEST_F(TraceTest, ExtensionTypesRenderTheirText) {
+   CaptureSink capture;
+   KIV_TRACE_FN(trace_, "Src", 9, "void w()", "w=", TraceTestTypes::Widget{7}, " p=",
+                TraceTestTypes::Port{"Ethernet1"});
+   EXPECT_EQ(capture.texts(), std::vector< std::string >{"void w(): w=<widget 7> p='Ethernet1'"});
+}
+
+TEST_F(TraceTest, SmallRingKeepsNewestWholeRecords) {
+   constexpr std::size_t ringBytes = 120;
+   ringlog().sizeIs(ringBytes);
+   CaptureSink capture;
+   const std::size_t total = 200;
+   for (std::size_t i = 0; i < total; ++i) {
+      // Texts of varying length make the records stop short of the buffer's end.
+      KIV_TRACE_FN(trace_, "Wrap", 9, "void r()", "i=", i, " ", std::string(i % 23, 'x'));
+   }
+   std::vector< std::string > records = ringlog().decode();
+   ASSERT_FALSE(records.empty());
+   ASSERT_LE(records.size(), total);
+   EXPECT_EQ(ringlog().recordsWritten(), total);
+   EXPECT_EQ(ringlog().recordsDropped(), total - records.size());
+   // The records held are exactly the newest ones, oldest first.
+   std::size_t first = total - records.size();
+   for (std::size_t k = 0; k < records.size(); ++k) {
+      EXPECT_EQ(records[k], decoded(capture.lines()[first + k])) << "record " << k;
+   }
+   // Payload of one record: 8 + 4 + 0..22 bytes, plus the 8-byte header.
+   EXPECT_GE(records.size(), ringBytes / (8 + 8 + 4 + 22) - 1);
+}
+
+TEST_F(TraceTest, RecordLargerThanRingIsDroppedAlone) {
+   ringlog().sizeIs(64);
+   CaptureSink capture;
+   KIV_TRACE_FN(trace_, "Big", 9, "void b()", "small");
+   KIV_TRACE_FN(trace_, "Big", 9, "void b()", "big ", std::string(100, 'y'));
+   std::vector< std::string > records = ringlog().decode();
+   ASSERT_EQ(records.size(), 1u);
+   EXPECT_NE(records[0].find("void b(): small"), std::string::npos);
+   EXPECT_EQ(ringlog().recordsWritten(), 2u);
+   EXPECT_EQ(ringlog().recordsDropped(), 1u);
+}
+
+TEST_F(TraceTest, CaptureSinkRestoresThePreviousSink) {
+   TextSink saved = textSink();
+   std::vector< std::string > outer;
+   textSinkIs([&outer](const Line & l) { outer.push_back(l.text); });
+   {
+      CaptureSink first;
+      {
+         CaptureSink second;
+         KIV_TRACE_FN(trace_, "Src", 9, "void c()", "to second");
+         EXPECT_EQ(second.texts(), std::vector< std::string >{"void c(): to second"});
+         EXPECT_TRUE(second.contains("to sec"));
+         second.clear();
+         EXPECT_FALSE(second.contains("to sec"));
+      }
+      KIV_TRACE_FN(trace_, "Src", 9, "void c()", "to first");
+      EXPECT_EQ(first.texts(), std::vector< std::string >{"void c(): to first"});
+   }
+   KIV_TRACE_FN(trace_, "Src", 9, "void c()", "to outer");
+   textSinkIs(saved);
+   EXPECT_EQ(outer, std::vector< std::string >{"void c(): to outer"});
+}
+
+} // namespace
