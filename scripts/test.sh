@@ -8,4 +8,5 @@ set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 "$root/scripts/install-deps.sh"
 "$root/scripts/build.sh" build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMLAG_WERROR=ON
-ctest --test-dir "$root/build" --output-on-failure --no-tests=error -j "$(nproc)"
+# A hung test fails on its own time limit instead of stalling the run.
+ctest --test-dir "$root/build" --output-on-failure --no-tests=error --timeout 300 -j "$(nproc)"

@@ -16,6 +16,9 @@
 // Accessors: x() reads, xIs() sets (or creates a nested entity), xDel()
 // removes, xDelAll() empties, xNotify(key) notifies without a change. Setting
 // a value that is already held, or deleting what is absent, notifies nobody.
+// xDelAll() holds a reference to the entity while it walks the collection, so
+// a callback that drops the last one cannot free the map under the walk (none
+// is taken from a destructor, where the count is already zero).
 // A change inside a nested entity notifies only that entity's watchers.
 #pragma once
 
@@ -177,6 +180,7 @@ String kivTraceText(const Ptr< T > & entity) {
       if (name##_.del(key)) KIV_NOTIFY_ON(on##Name(key));                \
    }                                                                                 \
    void name##DelAll() {                                                             \
+      Kiv::Ptr< Kiv::PtrInterface > keep(refCount() ? this : nullptr);               \
       for (auto & it : name##_.map()) {                                              \
          K key = it.key();                                                           \
          name##_.map().erase(it);                                                    \
@@ -212,6 +216,7 @@ String kivTraceText(const Ptr< T > & entity) {
       return removed;                                                                \
    }                                                                                 \
    void name##DelAll() {                                                             \
+      Kiv::Ptr< Kiv::PtrInterface > keep(refCount() ? this : nullptr);               \
       for (auto & it : name##_.map()) {                                              \
          K key = it.key();                                                           \
          name##Del(key);                                                             \

@@ -50,22 +50,10 @@ void CodefBase::kivDoZombieReactors(bool zombie) {
 }
 
 void CodefBase::doProcessBacklog() {
-   struct Enter {
-      Slice & slice;
-      Slice *& slices;
-      Enter(Slice & s, Slice *& list) : slice(s), slices(list) {
-         slice.outer = slices;
-         slices = &slice;
-      }
-      ~Enter() {
-         if (!slice.destroyed) slices = slice.outer;
-      }
-   };
-   Slice slice;
-   std::uint64_t processed;
    Kiv::Seconds startTime = Kiv::System::currentTime();
+   std::uint64_t processed;
    {
-      Enter entered(slice, slices_);
+      Slice slice(slices_);
       processed = processBacklog(startTime);
       if (slice.destroyed) return;
    }

@@ -99,11 +99,18 @@ class CodefBase : public Kiv::PtrInterface {
     private:
       CodefBase * owner_; // back pointer; the owner outlives its member reactor
    };
-   // A slice under way; the destructor marks it so the slice stops touching
-   // this object.
+   // A slice under way, on the stack of doProcessBacklog(); the destructor
+   // of CodefBase marks it so that the slice stops touching this object.
    struct Slice {
+      explicit Slice(Slice *& list) : slices(list), outer(list) { slices = this; }
+      Slice(const Slice &) = delete;
+      Slice & operator=(const Slice &) = delete;
+      ~Slice() {
+         if (!destroyed) slices = outer;
+      }
+      Slice *& slices;
+      Slice * outer;
       bool destroyed = false;
-      Slice * outer = nullptr;
    };
 
    Reactor reactor_;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kiv/ActivityManager.h"
@@ -20,7 +21,7 @@ using Log = std::vector< std::string >;
 class Worker : public Orv::CodefBase {
  public:
    Worker(const Kiv::PtrConst< Clock > & clock, std::string name, Log & log)
-       : CodefBase(clock), name_(std::move(name)), log_(log) {}
+         : CodefBase(clock), name_(std::move(name)), log_(log) {}
 
    void enqueue(std::uint64_t items) {
       pending_ += items;
@@ -169,7 +170,7 @@ TEST_F(CodefBaseTest, DelayedAndCancelledSlices) {
 class SelfReleasing : public Orv::CodefBase {
  public:
    SelfReleasing(const Kiv::PtrConst< Clock > & clock, Kiv::Ptr< SelfReleasing > & owner)
-       : CodefBase(clock), owner_(owner) {}
+         : CodefBase(clock), owner_(owner) {}
    std::uint64_t processBacklog(const Kiv::Seconds &) override {
       owner_ = nullptr;
       return 1;

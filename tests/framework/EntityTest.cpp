@@ -115,11 +115,64 @@ TEST_F(EntityTest, DelAllNotifiesEachKeyAfterItsRemoval) {
    log.log.clear();
    node->vlanDelAll();
    node->intfDelAll();
-   EXPECT_EQ(log.log, (Names{"vlan:30-", "vlan:10-", "vlan:20-", "intf:Ethernet2-",
-                             "intf:Ethernet1-"}));
+   EXPECT_EQ(log.log,
+             (Names{"vlan:30-", "vlan:10-", "vlan:20-", "intf:Ethernet2-", "intf:Ethernet1-"}));
    EXPECT_EQ(node->vlanSize(), 0u);
    EXPECT_EQ(node->intfSize(), 0u);
    EXPECT_EQ(kept->parent(), nullptr);
+}
+
+// Detaches on the first notification and drops the last reference to the
+// entity it watched.
+class DroppingLog : public Node::NotifieeConst {
+ public:
+   void onVlan(const Kiv::String &) override { drop(); }
+   void onIntf(const Kiv::Name &) override { drop(); }
+   void drop() {
+      ++heard;
+      notifierIs(nullptr);
+      owner = nullptr;
+   }
+   Kiv::Ptr< Node > owner;
+   int heard = 0;
+};
+
+TEST_F(EntityTest, DelAllSurvivesACallbackThatDestroysTheEntity) {
+   for (const char * attr : {"vlan", "intf"}) {
+      DroppingLog dropping;
+      dropping.owner = Kiv::kivNew< Node >("doomed");
+      dropping.owner->vlanIs("10", "active");
+      dropping.owner->vlanIs("20", "active");
+      dropping.owner->intfIs("Ethernet1");
+      dropping.owner->intfIs("Ethernet2");
+      dropping.notifierIs(dropping.owner);
+      if (std::string(attr) == "vlan") {
+         dropping.owner->vlanDelAll();
+      } else {
+         dropping.owner->intfDelAll();
+      }
+      EXPECT_EQ(dropping.heard, 1) << attr;
+      EXPECT_EQ(dropping.owner, nullptr);
+   }
+}
+
+// Empties its collections while being destroyed, as owners tearing down do.
+class SelfClearing : public Node {
+ public:
+   using Node::Node;
+   ~SelfClearing() override {
+      vlanDelAll();
+      intfDelAll();
+   }
+};
+
+TEST_F(EntityTest, DelAllFromADestructorDestroysOnce) {
+   Kiv::Ptr< Node > doomed = Kiv::kivNew< SelfClearing >("doomed");
+   doomed->vlanIs("10", "active");
+   Kiv::Ptr< Leaf > eth = doomed->intfIs("Ethernet1");
+   doomed = nullptr;
+   EXPECT_EQ(Kiv::LiveCount::count("KivEntityTest::SelfClearing"), 0);
+   EXPECT_EQ(eth->parent(), nullptr);
 }
 
 TEST_F(EntityTest, SwitchedOffOrZombieEntityNotifiesNobody) {

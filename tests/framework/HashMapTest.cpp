@@ -233,7 +233,8 @@ struct Model {
 
 unsigned testSeed() {
    const char * fixed = std::getenv("KIV_TEST_SEED");
-   return fixed ? static_cast< unsigned >(std::strtoul(fixed, nullptr, 10)) : std::random_device()();
+   return fixed ? static_cast< unsigned >(std::strtoul(fixed, nullptr, 10))
+                : std::random_device()();
 }
 
 void expectSameContents(Kiv::HashMap< int, int > & m, Model & model) {

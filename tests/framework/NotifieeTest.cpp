@@ -25,7 +25,8 @@ class Source : public Kiv::PtrInterface {
 // Logs its name on every delivery, then runs its hook (if any).
 class Watcher : public Kiv::Notifiee< Source > {
  public:
-   Watcher(std::string name, std::vector< std::string > * log) : name_(std::move(name)), log_(log) {}
+   Watcher(std::string name, std::vector< std::string > * log)
+         : name_(std::move(name)), log_(log) {}
    void onFire() {
       log_->push_back(name_);
       if (hook) hook();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 namespace {
@@ -18,6 +19,8 @@ struct StrepCase {
    const char * value;
    const char * strep;
 };
+
+void PrintTo(const StrepCase & c, std::ostream * os) { *os << c.strep; }
 
 class StrepFormTest : public ::testing::TestWithParam< StrepCase > {};
 
@@ -101,6 +104,10 @@ struct NeedCase {
    const char * literal;
    const char * error; // null when the literal matches
 };
+
+void PrintTo(const NeedCase & c, std::ostream * os) {
+   *os << '"' << c.literal << "\" in \"" << c.input << '"';
+}
 
 class NeedStringTest : public ::testing::TestWithParam< NeedCase > {};
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <ostream>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -42,9 +42,13 @@ TEST(StringTest, SharingStaysCorrectWithThreadSafeCounts) {
 }
 
 TEST(StringTest, EmptyStringIsOneValueHoweverMade) {
-   const Kiv::String texts[] = {Kiv::String(), Kiv::String(""), Kiv::String(nullptr),
-                                Kiv::String("abc", 0), Kiv::String(std::string()),
-                                Kiv::String("abc").substr(3), Kiv::String() + ""};
+   const Kiv::String texts[] = {Kiv::String(),
+                                Kiv::String(""),
+                                Kiv::String(nullptr),
+                                Kiv::String("abc", 0),
+                                Kiv::String(std::string()),
+                                Kiv::String("abc").substr(3),
+                                Kiv::String() + ""};
    for (const Kiv::String & s : texts) {
       EXPECT_TRUE(s.empty());
       EXPECT_EQ(s.size(), 0u);
@@ -80,7 +84,8 @@ TEST(StringTest, EmbeddedNulIsPartOfTheText) {
 }
 
 TEST(StringTest, OrderingIsByteWiseLikeStdString) {
-   std::vector< std::string > texts = {"b", "", "ab", "a", "Ethernet10", "Ethernet2", "\xff", "a b"};
+   std::vector< std::string > texts = {"b",          "",          "ab",   "a",
+                                       "Ethernet10", "Ethernet2", "\xff", "a b"};
    for (const std::string & x : texts) {
       for (const std::string & y : texts) {
          EXPECT_EQ(Kiv::String(x) < Kiv::String(y), x < y) << x << " < " << y;
@@ -94,6 +99,10 @@ struct SubstrCase {
    std::size_t length;
    const char * expected;
 };
+
+void PrintTo(const SubstrCase & c, std::ostream * os) {
+   *os << "substr(" << c.start << ", " << c.length << ")";
+}
 
 class StringSubstrTest : public ::testing::TestWithParam< SubstrCase > {};
 

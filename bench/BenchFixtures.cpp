@@ -1,0 +1,50 @@
+#include "BenchFixtures.h"
+
+#include <fstream>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+namespace Bench {
+
+std::string intfName(int i) { return "Port-Channel" + std::to_string(i + 1); }
+
+std::string paramAttr(int p) { return "param" + std::to_string(p); }
+
+MlagSim::Scenario pairScenario(int interfaces, int params) {
+   nlohmann::json desc;
+   nlohmann::json nested;
+   nested["mlagInterfacesOnly"] = true;
+   for (int p = 0; p < params; ++p) nested["attrName"][paramAttr(p)] = "intf param " + std::to_string(p);
+   for (int g = 0; g < globalParams; ++g) {
+      desc["attrName"]["global" + std::to_string(g)] = "global param " + std::to_string(g);
+   }
+   desc["nestedConfigCheckDesc"]["intfConfig"] = nested;
+   nlohmann::json scenario;
+   scenario["plugins"]["bench"] = desc;
+   for (const char * sw : {"A", "B"}) {
+      nlohmann::json s;
+      s["name"] = sw;
+      nlohmann::json config;
+      for (int g = 0; g < globalParams; ++g) config["global" + std::to_string(g)] = g;
+      for (int i = 0; i < interfaces; ++i) {
+         s["mlag"][intfName(i)] = std::to_string(i + 1);
+         nlohmann::json intf;
+         for (int p = 0; p < params; ++p) intf[paramAttr(p)] = 1000 + p;
+         config["intfConfig"][intfName(i)] = intf;
+      }
+      s["config"]["bench"] = config;
+      scenario["switches"].push_back(s);
+   }
+   return MlagSim::parseScenario(scenario.dump(), "bench.json");
+}
+
+std::size_t residentBytes() {
+   std::ifstream statm("/proc/self/statm");
+   std::size_t pages = 0;
+   std::size_t resident = 0;
+   statm >> pages >> resident;
+   return resident * static_cast< std::size_t >(sysconf(_SC_PAGESIZE));
+}
+
+} // namespace Bench

@@ -1,0 +1,21 @@
+// Builders shared by the benchmarks: a scenario of N MLAG port-channels with
+// P per-interface parameters (plus 32 global ones), as the pair simulator
+// reads it, and the process's resident set size.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "sim/Scenario.h"
+
+namespace Bench {
+
+inline constexpr int globalParams = 32;
+
+MlagSim::Scenario pairScenario(int interfaces, int params);
+std::string intfName(int i);
+std::string paramAttr(int p);
+// Resident set size of this process, in bytes.
+std::size_t residentBytes();
+
+} // namespace Bench
