@@ -13,14 +13,19 @@
 
 namespace Mlag::ConfigCheck {
 
+template < class T >
+std::string parameterText(const Kiv::Ptr< T > & value) {
+   return value ? value->kivStrep().stdString() : std::string("null");
+}
+
 template < class T, class U >
 void refuseChangedParameter(const char * attrName, const Kiv::Ptr< T > & requested,
                             const Kiv::Ptr< U > & current) {
    if (requested == current) return;
    Kiv::throwNameInUseException(
       std::string("Reinstantiating the pointer interface where constructor parameter attribute ") +
-      attrName + " has a different value of " + kivTraceText(requested).stdString() +
-      " than the current value of " + kivTraceText(current).stdString() + " not allowed");
+      attrName + " has a different value of " + parameterText(requested) +
+      " than the current value of " + parameterText(current) + " not allowed");
 }
 
 } // namespace Mlag::ConfigCheck

@@ -219,7 +219,7 @@ void StatehubToP2pSm::onAttributeChange(const Kiv::KivAttr & attr, const Kiv::Ge
    const Kiv::String valueStr = value ? strRep(value) : Kiv::String();
    const Kiv::String keyStr = key ? strRep(key) : Kiv::String();
    MLAG_TRACE(8, "On attribute change, parameter name = ", attr.name, ", readConfig = ",
-              readConfig_, ", writeConfig = ", writeConfig_, ", value = ", value,
+              readConfig_, ", writeConfig = ", writeConfig_, ", value = ", valueStr,
               " value string = ", valueStr, " , key = ", keyStr);
    const Kiv::String attrLookup = configCheckDesc_->attrName(attr.name);
    const Kiv::String collectionLookup = configCheckDesc_->collectionName(attr.name);

@@ -142,12 +142,6 @@ class EntityTable {
    HashMap< K, Ptr< T >, H > map_;
 };
 
-// The trace text of a pointer to an entity: its string form, or "null".
-template < class T, class = std::enable_if_t< std::is_base_of_v< Entity, T > > >
-String kivTraceText(const Ptr< T > & entity) {
-   return entity ? entity->kivStrep() : String("null");
-}
-
 } // namespace Kiv
 
 // Delivers one callback to the NotifieeConst watchers of the enclosing type.

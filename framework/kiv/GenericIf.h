@@ -117,9 +117,6 @@ class GenericIf : public Entity {
    }
 };
 
-// The trace text of a generic value: its string form.
-inline String kivTraceText(const GenericValue & value) { return value.strep(); }
-
 // The generic interface of an entity, or null when it has none.
 Ptr< GenericIf > genericIf(const Ptr< Entity > & entity);
 

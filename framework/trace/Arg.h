@@ -9,6 +9,7 @@
 //   bool                              1 or 0
 //   float, double                     %g
 //   const char *, std::string(_view)  the text as it is (a null pointer: nothing)
+//   Kiv::Ptr< an entity type >        its quoted name ('' for null)
 //
 // A type of your own joins in one of two ways. The simple one: declare, next
 // to the type, a free function that argument-dependent lookup finds and that
@@ -33,6 +34,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "kiv/Entity.h"
 #include "kiv/String.h"
 #include "trace/Wire.h"
 
@@ -84,6 +86,15 @@ struct Arg< Kiv::String > {
 };
 template <>
 struct Arg< Kiv::Name > : Arg< Kiv::String > {};
+
+// A pointer to an entity shows as the entity's quoted name ('' when null),
+// taken from the entity without formatting.
+template < class T >
+struct Arg< Kiv::Ptr< T >, std::enable_if_t< std::is_base_of_v< Kiv::Entity, T > > > {
+   static QuotedRef wire(const Kiv::Ptr< T > & entity) {
+      return {entity ? entity->name().view() : std::string_view()};
+   }
+};
 
 template < class T >
 struct Arg< T, std::void_t< decltype(kivTraceText(std::declval< const T & >())) > > {

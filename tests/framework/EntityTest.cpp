@@ -74,7 +74,6 @@ TEST_F(EntityTest, MembersLinkToTheirOwner) {
    EXPECT_EQ(eth->kivStrep(), "'/sys/Ethernet1'");
    EXPECT_EQ(node->fullName(), "/sys");
    EXPECT_EQ(node->parent(), nullptr);
-   EXPECT_EQ(Kiv::kivTraceText(Kiv::Ptr< Leaf >()), "null");
 
    Kiv::Ptr< Leaf > removed = node->intfDel("Ethernet1");
    EXPECT_EQ(removed, eth);
