@@ -378,6 +378,8 @@ std::uint64_t StatehubToP2pSm::processBacklog(const Kiv::Seconds & startTime) {
 void StatehubToP2pSm::hasNotificationActiveIs(bool active) {
    ConfigCheckSmBase::hasNotificationActiveIs(active);
    if (mlagConfig_) mlagConfig_->hasNotificationActiveIs(active);
+   // A machine switched off hears no attribute changes either.
+   if (genericHandler_) genericHandler_->hasNotificationActiveIs(active);
    for (auto & it : nested_) it.value()->hasNotificationActiveIs(active);
 }
 
