@@ -24,32 +24,35 @@ Kiv::String getParamName(const Kiv::Ptr< ConfigCheckDesc > & desc, Kiv::String p
    // the suffix would have been.
    if (paramName.empty()) return Kiv::String();
    if (intfId && desc->mlagInterfacesOnly()) {
-      if (!mlagId.empty()) return paramName + " mlag" + mlagId;
+      if (!mlagId.empty()) return Kiv::String::join({paramName.view(), " mlag", mlagId.view()});
       MLAG_TRACE(7, "IntfId ", intfId.stringValue(), " not present in mlag config.");
       return Kiv::String();
    }
    if (!intfId) {
       if (name == "Peer" || name == "Local") return paramName;
-      return paramName + " " + name;
+      return Kiv::String::join({paramName.view(), " ", name.view()});
    }
    return paramName;
 }
 
 Porta::IntfId getIntfId(Kiv::String name) {
-   Porta::IntfId intfId;
-   Kiv::Expect expectRange(Kiv::ExceptionId::range);
-   try {
-      intfId = Porta::IntfId(name);
-   } catch (const Kiv::RangeException &) {
-      MLAG_TRACE(8, "Invalid intfId exception for ", name);
-      return Porta::IntfId();
+   // Names that are no interface ("Local", group names) are common on the
+   // change path: they are recognised up front, without the cost of raising
+   // and catching the range error.
+   if (name.empty() || Porta::IntfId::isValidName(name.view())) {
+      Kiv::Expect expectRange(Kiv::ExceptionId::range);
+      try {
+         return Porta::IntfId(name);
+      } catch (const Kiv::RangeException &) {
+      }
    }
-   return intfId;
+   MLAG_TRACE(8, "Invalid intfId exception for ", name);
+   return Porta::IntfId();
 }
 
 Kiv::String collectionMemberParam(Kiv::String memberKey, Kiv::String collectionDisplayName) {
    if (collectionDisplayName.empty()) return Kiv::String();
-   return stringUnquote(memberKey) + " " + collectionDisplayName;
+   return Kiv::String::join({stringUnquote(memberKey).view(), " ", collectionDisplayName.view()});
 }
 
 Kiv::String stringUnquote(Kiv::String text) {

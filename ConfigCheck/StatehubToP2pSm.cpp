@@ -265,7 +265,23 @@ void StatehubToP2pSm::onAttributeChange(const Kiv::KivAttr & attr, const Kiv::Ge
       writeConfig_->attrCollectionDel(CollectionConfig(attr.name, memberKey));
    }
    MLAG_TRACE(8, "Parameter ", paramName, " of ", name_, " has value ", valueText);
-   updateConfigCheckDb(key, writeConfig_, attr);
+   // What updateConfigCheckDb would work out again is already at hand here.
+   recordLocalParam(attr, intfId, memberKey, paramName, valueText);
+}
+
+void StatehubToP2pSm::recordLocalParam(const Kiv::KivAttr & attr, const Porta::IntfId & intfId,
+                                       const Kiv::String & keyText,
+                                       const Kiv::String & paramName,
+                                       const Kiv::String & valueText) {
+   MLAG_TRACE(8, "Interface ", name_, ", attr  ", attr.name, ", key = ", keyText, ", value = ",
+              valueText);
+   if (intfId) {
+      doInsertLocalIntfParam(configCheck_, paramName, name_, valueText,
+                             configCheckDesc_->defaultVal(attr.name),
+                             configCheckDesc_->absenceImpliesDefaultVal());
+   } else {
+      doInsertLocalParam(configCheck_, paramName, name_, valueText);
+   }
 }
 
 void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
@@ -274,8 +290,6 @@ void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
    const Kiv::GenericValue value = readConfigAccessor(key, attr);
    const Kiv::String keyStr = stringUnquote(key ? strRep(key) : Kiv::String());
    const Kiv::String valueText = valueString(value);
-   MLAG_TRACE(8, "Interface ", name_, ", attr  ", attr.name, ", key = ", keyStr, ", value = ",
-              valueText);
    const Kiv::String attrLookup = configCheckDesc_->attrName(attr.name);
    const Kiv::String collectionLookup = configCheckDesc_->collectionName(attr.name);
    if (!attrLookup.empty() || !collectionLookup.empty()) {
@@ -284,15 +298,11 @@ void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
          attrLookup.empty() ? collectionMemberParam(keyStr, collectionLookup) : attrLookup;
       const Kiv::String paramName = getParamName(configCheckDesc_, base, intfId, mlagId_, name_);
       if (paramName.empty()) return;
-      if (intfId) {
-         doInsertLocalIntfParam(configCheck_, paramName, name_, valueText,
-                                configCheckDesc_->defaultVal(attr.name),
-                                configCheckDesc_->absenceImpliesDefaultVal());
-      } else {
-         doInsertLocalParam(configCheck_, paramName, name_, valueText);
-      }
+      recordLocalParam(attr, intfId, keyStr, paramName, valueText);
       return;
    }
+   MLAG_TRACE(8, "Interface ", name_, ", attr  ", attr.name, ", key = ", keyStr, ", value = ",
+              valueText);
    if (Kiv::Ptr< ConfigCheckDesc > nestedDesc =
           configCheckDesc_->nestedConfigCheckDesc(Kiv::Name(attr.name))) {
       const Kiv::Ptr< GenericConfig > record = getIntfId(keyStr)

@@ -109,6 +109,10 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
  private:
    // The value string of one change: unquoted, with the override applied.
    Kiv::String valueString(const Kiv::GenericValue & value) const;
+   // Writes one parameter's local value; the last step of every change.
+   void recordLocalParam(const Kiv::KivAttr & attr, const Porta::IntfId & intfId,
+                         const Kiv::String & keyText, const Kiv::String & paramName,
+                         const Kiv::String & valueText);
    // Finds the member of collection `attrName` of readConfig whose unquoted
    // key is `key`; null when there is none.
    Kiv::GenericValue localElement(const Kiv::String & attrName, const Kiv::String & key) const;

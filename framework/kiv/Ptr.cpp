@@ -12,8 +12,6 @@ namespace Kiv {
 
 namespace {
 
-bool threadSafePointers = false;
-
 struct Registry {
    // Counters never move once created: the map owns them through unique_ptr.
    std::map< std::string, std::unique_ptr< std::int64_t > > counters;
@@ -33,7 +31,7 @@ std::string demangle(const char * name) {
 }
 
 void bump(std::int64_t * counter, std::int64_t delta) {
-   if (threadSafePointers) {
+   if (enableThreadSafePointers()) {
       std::atomic_ref< std::int64_t >(*counter).fetch_add(delta);
    } else {
       *counter += delta;
@@ -41,10 +39,6 @@ void bump(std::int64_t * counter, std::int64_t delta) {
 }
 
 } // namespace
-
-void enableThreadSafePointersIs(bool on) noexcept { threadSafePointers = on; }
-
-bool enableThreadSafePointers() noexcept { return threadSafePointers; }
 
 std::int64_t * LiveCount::counterFor(const std::type_info & type) {
    auto & slot = registry().counters[demangle(type.name())];
@@ -76,24 +70,6 @@ PtrInterface::~PtrInterface() {
 void PtrInterface::kivTrackLive(std::int64_t * counter) noexcept {
    liveCounter_ = counter;
    bump(counter, 1);
-}
-
-void PtrInterface::newRef() const noexcept {
-   if (threadSafePointers) {
-      std::atomic_ref< std::uint32_t >(refCount_).fetch_add(1, std::memory_order_relaxed);
-   } else {
-      ++refCount_;
-   }
-}
-
-void PtrInterface::delRef() const noexcept {
-   std::uint32_t left;
-   if (threadSafePointers) {
-      left = std::atomic_ref< std::uint32_t >(refCount_).fetch_sub(1, std::memory_order_acq_rel) - 1;
-   } else {
-      left = --refCount_;
-   }
-   if (left == 0) delete this;
 }
 
 void throwNullValidPtr() { throwRangeException("null ValidPtr"); }

@@ -21,10 +21,9 @@
 #include <typeinfo>
 #include <utility>
 
-namespace Kiv {
+#include "kiv/RefCount.h"
 
-void enableThreadSafePointersIs(bool on) noexcept;
-bool enableThreadSafePointers() noexcept;
+namespace Kiv {
 
 // Per-type count of live objects created through kivNew.
 class LiveCount {
@@ -43,9 +42,11 @@ class PtrInterface {
    PtrInterface & operator=(const PtrInterface &) = delete;
    virtual ~PtrInterface();
 
-   void newRef() const noexcept;
+   void newRef() const noexcept { refCountInc(refCount_); }
    // Drops one reference; deletes the object when the count reaches zero.
-   void delRef() const noexcept;
+   void delRef() const noexcept {
+      if (refCountDec(refCount_)) delete this;
+   }
    std::uint32_t refCount() const noexcept { return refCount_; }
 
    bool hasNotificationActive() const noexcept { return notificationActive_; }

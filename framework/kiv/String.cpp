@@ -1,6 +1,5 @@
 #include "kiv/String.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -30,58 +29,25 @@ String::String(const char * chars) : String(std::string_view(chars ? chars : "")
 
 String::String(const char * chars, std::size_t length) : String(std::string_view(chars, length)) {}
 
-String::String(std::string_view text) {
-   if (text.empty()) return;
-   void * raw = ::operator new(sizeof(Data) + text.size());
-   data_ = static_cast< Data * >(raw);
-   data_->refs_ = 1;
-   data_->hash_ = hashOf(text);
-   data_->size_ = static_cast< std::uint32_t >(text.size());
-   std::memcpy(data_->text_, text.data(), text.size());
-   data_->text_[text.size()] = '\0';
-}
+String::String(std::string_view text) : String(join({text})) {}
 
-namespace {
-
-void addRef(std::uint32_t & refs) noexcept {
-   if (enableThreadSafePointers()) {
-      std::atomic_ref< std::uint32_t >(refs).fetch_add(1, std::memory_order_relaxed);
-   } else {
-      ++refs;
+String String::join(std::initializer_list< std::string_view > pieces) {
+   std::size_t size = 0;
+   for (std::string_view piece : pieces) size += piece.size();
+   String result;
+   if (size == 0) return result;
+   Data * data = static_cast< Data * >(::operator new(sizeof(Data) + size));
+   data->refs_ = 1;
+   data->size_ = static_cast< std::uint32_t >(size);
+   char * out = data->text_;
+   for (std::string_view piece : pieces) {
+      std::memcpy(out, piece.data(), piece.size());
+      out += piece.size();
    }
-}
-
-bool dropRef(std::uint32_t & refs) noexcept {
-   if (enableThreadSafePointers()) {
-      return std::atomic_ref< std::uint32_t >(refs).fetch_sub(1, std::memory_order_acq_rel) == 1;
-   }
-   return --refs == 0;
-}
-
-} // namespace
-
-String::String(const String & o) noexcept : data_(o.data_) {
-   if (data_) addRef(data_->refs_);
-}
-
-String::~String() {
-   if (data_ && dropRef(data_->refs_)) ::operator delete(data_);
-}
-
-String & String::operator=(const String & o) noexcept {
-   if (o.data_) addRef(o.data_->refs_);
-   if (data_ && dropRef(data_->refs_)) ::operator delete(data_);
-   data_ = o.data_;
-   return *this;
-}
-
-String & String::operator=(String && o) noexcept {
-   if (this != &o) {
-      if (data_ && dropRef(data_->refs_)) ::operator delete(data_);
-      data_ = o.data_;
-      o.data_ = nullptr;
-   }
-   return *this;
+   *out = '\0';
+   data->hash_ = hashOf({data->text_, size});
+   result.data_ = data;
+   return result;
 }
 
 std::uint32_t String::hash() const noexcept { return data_ ? data_->hash_ : hashOf({}); }
@@ -99,10 +65,7 @@ String String::substr(std::size_t start, std::size_t length) const {
 
 String operator+(const String & a, std::string_view b) {
    if (b.empty()) return a;
-   std::string joined;
-   joined.reserve(a.size() + b.size());
-   joined.append(a.view()).append(b);
-   return String(joined);
+   return String::join({a.view(), b});
 }
 
 String operator+(const String & a, const String & b) { return a + b.view(); }

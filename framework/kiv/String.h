@@ -11,9 +11,13 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
+#include <new>
 #include <ostream>
 #include <string>
 #include <string_view>
+
+#include "kiv/RefCount.h"
 
 namespace Kiv {
 
@@ -30,7 +34,7 @@ class String {
 
     private:
       friend class String;
-      mutable std::uint32_t refs_;
+      std::uint32_t refs_;
       std::uint32_t hash_;
       std::uint32_t size_;
       char text_[1];
@@ -41,11 +45,27 @@ class String {
    String(const char * chars, std::size_t length);
    String(std::string_view text);
    String(const std::string & text) : String(std::string_view(text)) {}
-   String(const String & o) noexcept;
+   String(const String & o) noexcept : data_(o.data_) {
+      if (data_) refCountInc(data_->refs_);
+   }
    String(String && o) noexcept : data_(o.data_) { o.data_ = nullptr; }
-   ~String();
-   String & operator=(const String & o) noexcept;
-   String & operator=(String && o) noexcept;
+   ~String() { release(); }
+   String & operator=(const String & o) noexcept {
+      if (o.data_) refCountInc(o.data_->refs_);
+      release();
+      data_ = o.data_;
+      return *this;
+   }
+   String & operator=(String && o) noexcept {
+      if (this != &o) {
+         release();
+         data_ = o.data_;
+         o.data_ = nullptr;
+      }
+      return *this;
+   }
+   // The texts one after the other, built in one allocation.
+   static String join(std::initializer_list< std::string_view > pieces);
 
    const char * charPtr() const noexcept { return data_ ? data_->text_ : ""; }
    const char * begin() const noexcept { return charPtr(); }
@@ -68,6 +88,9 @@ class String {
    static std::uint32_t hashOf(std::string_view text) noexcept;
 
  private:
+   void release() noexcept {
+      if (data_ && refCountDec(data_->refs_)) ::operator delete(data_);
+   }
    Data * data_ = nullptr;
 };
 

@@ -82,6 +82,10 @@ std::string errorText(std::string_view name) {
 
 IntfId::IntfId(const Kiv::String & name) { handleInitialized(name); }
 
+bool IntfId::isValidName(std::string_view name) noexcept {
+   return !name.empty() && rejection(name) == nullptr;
+}
+
 void IntfId::handleInitialized(const Kiv::String & name) {
    if (!name.empty()) {
       if (const char * why = rejection(name.view())) {

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string_view>
 
 #include "kiv/String.h"
 
@@ -28,6 +29,10 @@ class IntfId {
    // Takes `name` as this identifier's name. An invalid name raises
    // Kiv::RangeException naming it and leaves the identifier unchanged.
    void handleInitialized(const Kiv::String & name);
+
+   // Whether `name` is an interface name (the empty name is not), without
+   // raising anything.
+   static bool isValidName(std::string_view name) noexcept;
 
    explicit operator bool() const noexcept { return !name_.empty(); }
    bool operator==(const IntfId & o) const noexcept { return name_ == o.name_; }
