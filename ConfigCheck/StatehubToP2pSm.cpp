@@ -206,6 +206,12 @@ Kiv::GenericValue StatehubToP2pSm::localElement(const Kiv::String & attrName,
    if (!readConfig_) return Kiv::GenericValue();
    const Kiv::KivAttr * attr = readConfig_->kivType().attr(attrName.view());
    if (!attr || !attr->collection) return Kiv::GenericValue();
+   // Most keys render as themselves: try the direct lookup first, so that
+   // finding one element among thousands does not walk them all.
+   const Kiv::GenericValue candidate(Kiv::Value::string(key));
+   if (stringUnquote(strRep(candidate)) == key) {
+      if (Kiv::GenericValue element = readConfig_->genericIfGet(*attr, candidate)) return element;
+   }
    for (Kiv::GenericIterator it = readConfig_->genericIfIterator(*attr); it.valid(); it.advance()) {
       if (stringUnquote(strRep(it.key())) == key) return it.value();
    }
