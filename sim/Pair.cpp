@@ -1,0 +1,177 @@
+#include "Pair.h"
+
+#include <stdexcept>
+
+#include "ConfigBuilder.h"
+#include "DescriptorJson.h"
+#include "RecordMirror.h"
+#include "ResultJson.h"
+#include "kiv/ActivityManager.h"
+#include "kiv/System.h"
+
+namespace MlagSim {
+
+using Mlag::ConfigCheck::ConfigPluginDir;
+using MlagP2p::ConfigCheck::GenericConfig;
+
+Pair::Pair(const Scenario & scenario) : steps_(scenario.steps) {
+   for (std::size_t i = 0; i < 2; ++i) {
+      const SwitchSpec & spec = scenario.switches[i];
+      Switch & sw = switches_[i];
+      sw.name = spec.name;
+      sw.mlag = Kiv::kivNew< Mlag::Config >(Kiv::Name("mlagConfig"));
+      for (const auto & [intf, mlagId] : spec.mlag) {
+         sw.mlag->intfConfigIs(Porta::IntfId(Kiv::String(intf)), Mlag::IntfConfig(mlagId));
+      }
+      for (const auto & [name, descriptor] : scenario.plugins.items()) {
+         Plugin p;
+         p.name = name;
+         p.descriptorJson = descriptor;
+         p.desc = buildDescriptor(name, descriptor);
+         p.dir = Kiv::kivNew< ConfigPluginDir >(Kiv::Name(name));
+         p.config = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name(name));
+         const bool configured = spec.config.is_object() && spec.config.contains(name);
+         fillEntity(*p.config, configured ? spec.config[name] : nlohmann::json(), &descriptor);
+         p.localRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
+         p.localRecord->paramNameIs(name);
+         p.peerRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
+         sw.plugins.push_back(std::move(p));
+      }
+   }
+   for (std::size_t k = 0; k < switches_[0].plugins.size(); ++k) {
+      for (std::size_t from = 0; from < 2; ++from) {
+         const Plugin & local = switches_[from].plugins[k];
+         const Plugin & peer = switches_[1 - from].plugins[k];
+         copyRecord(*local.localRecord, *peer.peerRecord);
+         transport_.push_back(std::make_unique< RecordMirror >(local.localRecord, peer.peerRecord));
+      }
+   }
+}
+
+Pair::~Pair() {
+   // The checkers go first, while everything they watch still stands.
+   for (Switch & sw : switches_) {
+      for (Plugin & p : sw.plugins) p.container = nullptr;
+   }
+   transport_.clear();
+}
+
+void Pair::start() {
+   if (started_) throw std::logic_error("the pair has already started");
+   started_ = true;
+   Kiv::System::virtualTimeIs(0.0);
+   for (Switch & sw : switches_) {
+      for (Plugin & p : sw.plugins) {
+         p.container = Mlag::ConfigCheck::smContainerFactory(Kiv::Name(p.name));
+         p.container->configCheckSmIs(p.dir, p.name, p.config, p.localRecord, p.peerRecord, p.desc,
+                                      sw.mlag);
+      }
+   }
+   runUntilQuiet();
+}
+
+void Pair::applyStep(std::size_t index) {
+   if (!started_) throw std::logic_error("steps run only after the pair has started");
+   const Step & step = steps_.at(index);
+   Switch & sw = switches_[step.switchName == switches_[0].name ? 0 : 1];
+   if (!step.plugin.empty()) {
+      for (Plugin & p : sw.plugins) {
+         if (p.name == step.plugin) applyConfigStep(step, p);
+      }
+   } else if (step.isDelete) {
+      sw.mlag->intfConfigDel(Porta::IntfId(Kiv::String(step.mlagInterface)));
+   } else {
+      sw.mlag->intfConfigIs(Porta::IntfId(Kiv::String(step.mlagInterface)),
+                            Mlag::IntfConfig(step.value.get< std::string >()));
+   }
+   runUntilQuiet();
+}
+
+void Pair::applyConfigStep(const Step & step, Plugin & plugin) {
+   Kiv::Ptr< Kiv::DynamicEntity > entity = plugin.config;
+   const nlohmann::json * descriptor = &plugin.descriptorJson;
+   const std::vector< std::string > & path = step.path;
+   for (std::size_t i = 0; i < path.size(); ++i) {
+      const Kiv::String attr(path[i]);
+      if (i + 1 == path.size()) {
+         if (step.isDelete) {
+            entity->valueDel(attr);
+         } else {
+            entity->valueIs(attr, toValue(step.value));
+         }
+         return;
+      }
+      const nlohmann::json * nested = nestedDescriptor(descriptor, path[i]);
+      const Kiv::String key(path[++i]);
+      if (i + 1 == path.size()) {
+         if (step.isDelete) {
+            entity->memberDel(attr, key);
+         } else if (isEntityJson(step.value)) {
+            // Filled right after it is added: the checker creates a nested
+            // machine only from its backlog, when the entity is complete.
+            fillEntity(*entity->entityMemberIs(attr, key), step.value, nested);
+         } else {
+            entity->memberIs(attr, key, toValue(step.value));
+         }
+         return;
+      }
+      entity = entity->entityMember(attr, key);
+      if (!entity) throw std::runtime_error("step '" + step.describe() + "': path does not exist");
+      descriptor = nested;
+   }
+}
+
+nlohmann::json Pair::resultJson() const {
+   nlohmann::json switches = nlohmann::json::array();
+   for (const Switch & sw : switches_) {
+      nlohmann::json plugins = nlohmann::json::object();
+      for (const Plugin & p : sw.plugins) {
+         nlohmann::json result = resultsDirJson(*p.dir);
+         result["record"] = recordJson(*p.localRecord);
+         plugins[p.name] = std::move(result);
+      }
+      switches.push_back({{"name", sw.name}, {"plugins", std::move(plugins)}});
+   }
+   return {{"switches", std::move(switches)}};
+}
+
+const Pair::Plugin & Pair::plugin(std::size_t sw, const std::string & name) const {
+   for (const Plugin & p : switches_.at(sw).plugins) {
+      if (p.name == name) return p;
+   }
+   throw std::out_of_range("plugin '" + name + "' is not declared");
+}
+
+ConfigPluginDir & Pair::resultsDir(std::size_t sw, const std::string & name) const {
+   return *plugin(sw, name).dir;
+}
+
+const Kiv::Ptr< Kiv::DynamicEntity > & Pair::config(std::size_t sw,
+                                                    const std::string & name) const {
+   return plugin(sw, name).config;
+}
+
+const Kiv::Ptr< Mlag::Config > & Pair::mlagConfig(std::size_t sw) const {
+   return switches_.at(sw).mlag;
+}
+
+const Kiv::Ptr< GenericConfig > & Pair::localRecord(std::size_t sw,
+                                                    const std::string & name) const {
+   return plugin(sw, name).localRecord;
+}
+
+const Kiv::Ptr< GenericConfig > & Pair::peerRecord(std::size_t sw, const std::string & name) const {
+   return plugin(sw, name).peerRecord;
+}
+
+std::uint64_t runUntilQuiet(std::uint64_t maxFirings) {
+   Kiv::ActivityManager * manager = Kiv::activityManager();
+   const std::uint64_t fired = manager->runUntilIdle(maxFirings);
+   if (manager->armedCount() != 0) {
+      throw std::runtime_error("the pair did not go quiet after " + std::to_string(maxFirings) +
+                               " firings");
+   }
+   return fired;
+}
+
+} // namespace MlagSim

@@ -1,0 +1,100 @@
+// MlagSim::Pair: one MLAG pair in one process. Two switches, each with its
+// MLAG configuration and, per plugin, a descriptor, a results directory, a
+// configuration entity, a local and a peer peer-to-peer record; a transport
+// that mirrors each local record into the other switch's peer record; and,
+// once started, the checker's container per plugin and switch.
+//
+//   MlagSim::Pair pair(MlagSim::loadScenario("lacp.json"));
+//   pair.start();                                      // runs until quiet
+//   for (std::size_t i = 0; i < pair.stepCount(); ++i) pair.applyStep(i);
+//   std::cout << pair.resultJson().dump(2);
+//
+// Everything runs on the calling thread in virtual time: start() switches the
+// process to virtual time at 0, and the same scenario always gives the same
+// result. Owns every object it builds; the destructor tears the checkers
+// down first, then the transport, and leaves no framework object alive.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "ConfigCheckDesc.h"
+#include "ConfigPluginDir.h"
+#include "GenericConfig.h"
+#include "MlagConfigCheckSm.h"
+#include "Scenario.h"
+#include "kiv/DynamicEntity.h"
+#include "mlag/MlagConfig.h"
+
+namespace MlagSim {
+
+class RecordMirror;
+
+class Pair {
+ public:
+   // Builds both switches, in file order; nothing is started.
+   // REQUIRES: `scenario` comes from parseScenario (or loadScenario).
+   explicit Pair(const Scenario & scenario);
+   ~Pair();
+   Pair(const Pair &) = delete;
+   Pair & operator=(const Pair &) = delete;
+
+   // Starts the checkers (first switch first, plugins in byte order of name),
+   // then runs until quiet. REQUIRES: not yet started.
+   void start();
+   std::size_t stepCount() const noexcept { return steps_.size(); }
+   // Applies step `index` (its notifications are delivered at once), then
+   // runs until quiet. REQUIRES: started; steps applied in order.
+   void applyStep(std::size_t index);
+
+   // Both switches' results directories and local records.
+   nlohmann::json resultJson() const;
+
+   // The objects behind the result; `sw` is 0 or 1, `plugin` a declared
+   // plugin (otherwise std::out_of_range).
+   Mlag::ConfigCheck::ConfigPluginDir & resultsDir(std::size_t sw,
+                                                   const std::string & plugin) const;
+   const Kiv::Ptr< Kiv::DynamicEntity > & config(std::size_t sw, const std::string & plugin) const;
+   const Kiv::Ptr< Mlag::Config > & mlagConfig(std::size_t sw) const;
+   const Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > & localRecord(
+      std::size_t sw, const std::string & plugin) const;
+   const Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > & peerRecord(
+      std::size_t sw, const std::string & plugin) const;
+
+ private:
+   struct Plugin {
+      std::string name;
+      nlohmann::json descriptorJson; // declares the attributes of entities a step creates
+      Kiv::Ptr< Mlag::ConfigCheck::ConfigCheckDesc > desc;
+      Kiv::Ptr< Mlag::ConfigCheck::ConfigPluginDir > dir;
+      Kiv::Ptr< Kiv::DynamicEntity > config;
+      Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > localRecord;
+      Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > peerRecord;
+      Kiv::Ptr< Mlag::ConfigCheck::SmContainer > container; // null until start()
+   };
+   struct Switch {
+      std::string name;
+      Kiv::Ptr< Mlag::Config > mlag;
+      std::vector< Plugin > plugins; // byte order of name
+   };
+
+   const Plugin & plugin(std::size_t sw, const std::string & name) const;
+   void applyConfigStep(const Step & step, Plugin & plugin);
+
+   std::array< Switch, 2 > switches_;
+   std::vector< std::unique_ptr< RecordMirror > > transport_;
+   std::vector< Step > steps_;
+   bool started_ = false;
+};
+
+// Runs the process's run loop until no reactor is armed (in virtual time,
+// everything armed fires); returns the number of firings. Raises
+// std::runtime_error("the pair did not go quiet after N firings") when
+// reactors are still armed after `maxFirings`.
+std::uint64_t runUntilQuiet(std::uint64_t maxFirings = 10'000'000);
+
+} // namespace MlagSim

@@ -1,0 +1,24 @@
+// The result JSON of one plugin on one switch: its results directory and its
+// local peer-to-peer record, every entry as it stands (provisional "Peer"
+// keys and empty tables included). Object keys come out in byte order.
+//
+//   nlohmann::json r = resultsDirJson(*dir);     // {"global": {...}, "interface": {...}}
+//   r["record"] = recordJson(*localRecord);
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "ConfigPluginDir.h"
+#include "GenericConfig.h"
+
+namespace MlagSim {
+
+// {"global": {param: {"groupId", "local", "peer"}},
+//  "interface": {param: {intf: {"default", "local", "peer"}}}}
+nlohmann::json resultsDirJson(const Mlag::ConfigCheck::ConfigPluginDir & dir);
+
+// {"attr": {...}, "attrCollection": [{"collection", "key", "value"}, ...] sorted by
+//  collection then key, "nestedGlobalConfig": {...}, "nestedIntfConfig": {...}, "paramName"}
+nlohmann::json recordJson(const MlagP2p::ConfigCheck::GenericConfig & record);
+
+} // namespace MlagSim

@@ -1,0 +1,250 @@
+// Runs the built mlag-config-check binary: exit statuses, messages for bad
+// input, the table for a small scenario worked out by hand, and --json.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ToolRun {
+   int status;
+   std::string out;
+   std::string err;
+};
+
+std::string slurp(const fs::path & p) {
+   std::ifstream in(p);
+   std::stringstream s;
+   s << in.rdbuf();
+   return s.str();
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+   void SetUp() override {
+      const auto * info = ::testing::UnitTest::GetInstance()->current_test_info();
+      dir_ = fs::path(::testing::TempDir()) / (std::string("cli-") + info->name());
+      fs::create_directories(dir_);
+   }
+   void TearDown() override { fs::remove_all(dir_); }
+
+   fs::path file(const std::string & name, const std::string & contents) {
+      fs::path p = dir_ / name;
+      std::ofstream(p) << contents;
+      return p;
+   }
+
+   ToolRun run(const std::string & args) {
+      std::string cmd = "NO_COLOR=1 '" MLAG_CONFIG_CHECK "' " + args + " >'" +
+                        (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'";
+      int raw = std::system(cmd.c_str());
+      EXPECT_TRUE(WIFEXITED(raw)) << cmd;
+      return {WEXITSTATUS(raw), slurp(dir_ / "out"), slurp(dir_ / "err")};
+   }
+
+   fs::path dir_;
+};
+
+// One global scalar that differs, a collection member that only the second
+// switch has, and a port-channel setting that only the second switch has.
+constexpr char smallScenario[] = R"({
+  "plugins": {"lacp": {
+    "attrName": {"systemPriority": "LACP system priority"},
+    "collectionName": {"vlan": "allowed vlan"},
+    "nestedConfigCheckDesc": {"intfConfig": {"mlagInterfacesOnly": true,
+                                             "attrName": {"mode": "lacp mode"}}}}},
+  "switches": [
+    {"name": "A", "mlag": {"Port-Channel10": "10"},
+     "config": {"lacp": {"systemPriority": 32768, "vlan": {"10": "active"}, "intfConfig": {}}}},
+    {"name": "B", "mlag": {"Port-Channel10": "10"},
+     "config": {"lacp": {"systemPriority": 100, "vlan": {"10": "active", "20": "active"},
+                         "intfConfig": {"Port-Channel10": {"mode": "active"}}}}}],
+  "steps": [
+    {"switch": "A", "plugin": "lacp", "path": ["systemPriority"], "set": 100}]
+})";
+
+TEST_F(CliTest, TableOfTheFirstSwitchAndMismatchStatus) {
+   // The step runs after the start: the priorities agree in the end.
+   ToolRun r = run(file("small.json", smallScenario).string());
+   EXPECT_EQ(r.status, 1);
+   EXPECT_EQ(r.err, "");
+   EXPECT_EQ(r.out,
+             "plugin lacp\n"
+             "parameter             interface       A       B       status\n"
+             "--------------------  --------------  ------  ------  ---------\n"
+             "10 allowed vlan       -               active  active  agree\n"
+             "20 allowed vlan       -               -       active  only on B\n"
+             "LACP system priority  -               100     100     agree\n"
+             "lacp mode mlag10      Port-Channel10  -       active  only on B\n"
+             "\n"
+             "4 parameters: 2 agree, 0 differ, 2 only on one switch\n");
+}
+
+TEST_F(CliTest, EachStepShowsTheTablesAfterStartAndEveryStep) {
+   ToolRun r = run("--each-step --mismatches " + file("small.json", smallScenario).string());
+   EXPECT_EQ(r.status, 1);
+   EXPECT_EQ(r.out.rfind("== after start ==\nplugin lacp\n", 0), 0u) << r.out;
+   std::size_t step = r.out.find("\n\n== A: ");
+   ASSERT_NE(step, std::string::npos) << r.out;
+   std::string afterStart = r.out.substr(0, step), afterStep = r.out.substr(step);
+   // Only the rows shown count for the column widths.
+   EXPECT_NE(afterStart.find("LACP system priority  -               32768  100     differ"),
+             std::string::npos)
+      << afterStart;
+   EXPECT_EQ(afterStep.find("LACP system priority"), std::string::npos) << afterStep;
+   EXPECT_EQ(afterStep.find(" agree\n"), std::string::npos) << afterStep;
+}
+
+TEST_F(CliTest, AgreeingPairExitsZero) {
+   ToolRun r = run(file("same.json", R"({
+      "plugins": {"p": {"attrName": {"mtu": "mtu"}}},
+      "switches": [{"name": "X", "config": {"p": {"mtu": 9000}}},
+                   {"name": "Y", "config": {"p": {"mtu": 9000}}}]})")
+                      .string());
+   EXPECT_EQ(r.status, 0);
+   EXPECT_EQ(r.out,
+             "plugin p\n"
+             "parameter  interface  X     Y     status\n"
+             "---------  ---------  ----  ----  ------\n"
+             "mtu        -          9000  9000  agree\n"
+             "\n"
+             "1 parameter: 1 agree, 0 differ, 0 only on one switch\n");
+}
+
+bool keysSorted(const nlohmann::ordered_json & j) {
+   if (j.is_array()) {
+      for (const auto & e : j) {
+         if (!keysSorted(e)) return false;
+      }
+   }
+   if (!j.is_object()) return true;
+   std::string previous;
+   bool first = true;
+   for (const auto & [key, member] : j.items()) {
+      if (!first && !(previous < key)) return false;
+      if (!keysSorted(member)) return false;
+      previous = key;
+      first = false;
+   }
+   return true;
+}
+
+TEST_F(CliTest, JsonIsTheResultAloneWithSortedKeysAndEveryMember) {
+   ToolRun r = run("--json " + file("small.json", smallScenario).string());
+   EXPECT_EQ(r.status, 1);
+   nlohmann::ordered_json j = nlohmann::ordered_json::parse(r.out);
+   EXPECT_EQ(r.out, j.dump(2) + "\n");
+   EXPECT_TRUE(keysSorted(j));
+
+   ASSERT_EQ(j.at("switches").size(), 2u);
+   EXPECT_EQ(j["switches"][0]["name"], "A");
+   EXPECT_EQ(j["switches"][1]["name"], "B");
+   const auto & lacp = j["switches"][0]["plugins"]["lacp"];
+   const auto & waiting = lacp.at("interface").at("lacp mode mlag10").at("PeerPort-Channel10");
+   EXPECT_EQ(waiting,
+             nlohmann::ordered_json::parse(R"({"default": "", "local": "", "peer": "active"})"));
+   EXPECT_EQ(lacp.at("global").at("20 allowed vlan"),
+             nlohmann::ordered_json::parse(R"({"groupId": "", "local": "", "peer": "active"})"));
+   const auto & record = j["switches"][1]["plugins"]["lacp"].at("record");
+   EXPECT_EQ(record.at("paramName"), "lacp");
+   EXPECT_EQ(record.at("attr"), nlohmann::ordered_json::parse(R"({"systemPriority": "100"})"));
+   EXPECT_EQ(record.at("attrCollection").size(), 2u);
+   EXPECT_TRUE(record.at("nestedGlobalConfig").empty());
+   EXPECT_EQ(record.at("nestedIntfConfig").at("Port-Channel10").at("paramName"), "intfConfig");
+}
+
+TEST_F(CliTest, UsageErrorsExitTwo) {
+   std::string scenario = file("small.json", smallScenario).string();
+   for (const std::string & args : {"--bogus " + scenario, "--trace 10 " + scenario,
+                                    "--trace x " + scenario, "--json --mismatches " + scenario,
+                                    "--json --each-step " + scenario, scenario + " " + scenario}) {
+      ToolRun r = run(args);
+      EXPECT_EQ(r.status, 2) << args;
+      EXPECT_EQ(r.out, "") << args;
+      EXPECT_NE(r.err, "") << args;
+   }
+}
+
+TEST_F(CliTest, HelpAndVersionExitZero) {
+   ToolRun help = run("--help");
+   EXPECT_EQ(help.status, 0);
+   for (const char * option : {"--json", "--mismatches", "--each-step", "--trace", "--ringlog"}) {
+      EXPECT_NE(help.out.find(option), std::string::npos) << option;
+   }
+   ToolRun version = run("--version");
+   EXPECT_EQ(version.status, 0);
+   EXPECT_EQ(version.out, MLAG_VERSION "\n");
+}
+
+TEST_F(CliTest, BadInputNamesTheFileAndExitsTwo) {
+   struct Case {
+      const char * name;
+      const char * contents;
+      const char * location; // expected right after "<file>: "
+   };
+   for (const Case & c : {
+           Case{"syntax.json", "{\"plugins\": ", "line "},
+           Case{"member.json", R"({"plugins": {}, "switches": [], "colour": 1})", "/"},
+           Case{"float.json",
+                R"({"plugins": {"p": {}}, "switches": [{"name": "A", "config": {"p": {"x": 1.5}}},
+                                                       {"name": "B"}]})",
+                "/switches/0/config/p/x: "},
+        }) {
+      std::string path = file(c.name, c.contents).string();
+      ToolRun r = run(path);
+      EXPECT_EQ(r.status, 2) << c.name;
+      EXPECT_EQ(r.out, "") << c.name;
+      EXPECT_EQ(r.err.rfind("mlag-config-check: " + path + ": " + c.location, 0), 0u) << r.err;
+      EXPECT_EQ(r.err.back(), '\n');
+   }
+   ToolRun missing = run((dir_ / "missing.json").string());
+   EXPECT_EQ(missing.status, 2);
+   EXPECT_EQ(missing.err.rfind("mlag-config-check: " + (dir_ / "missing.json").string(), 0), 0u)
+      << missing.err;
+}
+
+TEST_F(CliTest, TraceGoesToStandardErrorAndRinglogToItsFile) {
+   std::string scenario = file("small.json", smallScenario).string();
+   ToolRun quiet = run(scenario);
+   EXPECT_EQ(quiet.err, "");
+
+   fs::path ring = dir_ / "ring.txt";
+   ToolRun traced = run("--trace 9 --ringlog '" + ring.string() + "' " + scenario);
+   EXPECT_EQ(traced.status, 1);
+   EXPECT_EQ(traced.out, quiet.out);
+   EXPECT_NE(traced.err.find("Insert request for "), std::string::npos);
+   std::string lines = slurp(ring);
+   EXPECT_NE(lines.find("Insert request for "), std::string::npos);
+   EXPECT_EQ(lines.back(), '\n');
+
+   ToolRun unwritable = run("--ringlog '" + (dir_ / "no/such/dir").string() + "' " + scenario);
+   EXPECT_EQ(unwritable.status, 2);
+   EXPECT_NE(unwritable.err.find("cannot write the ring log"), std::string::npos);
+}
+
+TEST_F(CliTest, WithoutArgumentRunsTheShippedDefaultScenario) {
+   ToolRun r = run("");
+   EXPECT_TRUE(r.status == 0 || r.status == 1) << r.err;
+   EXPECT_EQ(r.out.rfind("plugin ", 0), 0u) << r.out;
+}
+
+TEST_F(CliTest, EveryShippedExampleRuns) {
+   int examples = 0;
+   for (const fs::directory_entry & e : fs::directory_iterator(MLAG_EXAMPLES_DIR)) {
+      if (e.path().extension() != ".json") continue;
+      ++examples;
+      ToolRun r = run("'" + e.path().string() + "'");
+      EXPECT_TRUE(r.status == 0 || r.status == 1) << e.path() << ": " << r.err;
+      EXPECT_EQ(r.err, "") << e.path();
+   }
+   EXPECT_GE(examples, 5);
+}
+
+} // namespace

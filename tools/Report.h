@@ -1,0 +1,32 @@
+// The people's view of a pair's result JSON: per plugin one table of the
+// first switch's results (its values in the first value column, its peer's in
+// the second, the columns headed by the switch names), then a summary line.
+// hasMismatch looks at both switches' results and decides the exit status.
+//
+//   nlohmann::json result = pair.resultJson();
+//   std::cout << report(result, {.mismatchesOnly = false, .colour = isatty(1)});
+//   return hasMismatch(result) ? 1 : 0;
+//
+// Stateless functions over the JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "ResultRows.h"
+
+namespace MlagTool {
+
+struct ReportOptions {
+   bool mismatchesOnly = false; // leave out the rows that agree
+   bool colour = false;         // red for differ, yellow for only on one switch
+};
+
+// "agree", "differ", "only on <name>"
+std::string statusText(Status status, const std::string & localName, const std::string & peerName);
+
+std::string report(const nlohmann::json & result, const ReportOptions & options);
+
+bool hasMismatch(const nlohmann::json & result);
+
+} // namespace MlagTool
