@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-#include "sim/Scenario.h"
+#include "Scenario.h"
 
 namespace Bench {
 

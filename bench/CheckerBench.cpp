@@ -107,7 +107,7 @@ void BM_SliceLatency(benchmark::State & state) {
       auto dir = Kiv::kivNew< ConfigPluginDir >(Kiv::Name("bench"));
       auto config = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name("bench"));
       for (int i = 0; i < nestedCount; ++i) {
-         config->entityMemberIs("group", "g" + std::to_string(i))
+         config->entityMemberIs("group", Kiv::String::join({"g", std::to_string(i)}))
             ->valueIs("mtu", Kiv::Value::integer(i));
       }
       auto desc = configCheckDescFactory("bench");

@@ -43,7 +43,9 @@ DynamicEntity::DynamicEntity(const Name & name, const String & typeName)
 
 DynamicEntity::~DynamicEntity() {
    for (Slot & s : slots_) {
-      for (auto & it : s.members) detachMember(it.value());
+      if (s.members) {
+         for (auto & it : *s.members) detachMember(it.value());
+      }
    }
 }
 
@@ -56,6 +58,7 @@ const KivAttr & DynamicEntity::declare(const String & attr, bool collection) {
       return *existing;
    }
    slots_.emplace_back();
+   if (collection) slots_.back().members = std::make_unique< Members >();
    return type_->attrIs(attr, collection);
 }
 
@@ -78,7 +81,7 @@ GenericValue DynamicEntity::genericIfGet(const KivAttr & attr, const GenericValu
    const Slot & s = slots_[attr.id - 1];
    if (!attr.collection) return GenericValue(s.scalar);
    if (key.isNull()) return GenericValue();
-   const GenericValue * member = s.members.get(keyText(key));
+   const GenericValue * member = s.members->get(keyText(key));
    return member ? *member : GenericValue();
 }
 
@@ -90,7 +93,7 @@ GenericIterator DynamicEntity::genericIfIterator(const KivAttr & attr) const {
    if (!attr.collection || attr.id == 0 || attr.id > slots_.size()) {
       return GenericIterator(std::make_unique< EmptyIterator >());
    }
-   auto & members = const_cast< Slot & >(slots_[attr.id - 1]).members;
+   auto & members = *slots_[attr.id - 1].members;
    return GenericIterator(std::make_unique< MemberIterator >(PtrConst< DynamicEntity >(this), members));
 }
 
@@ -113,8 +116,8 @@ void DynamicEntity::valueDel(const String & attr) {
 
 GenericValue DynamicEntity::member(const String & collection, const String & key) const {
    const Slot * s = slot(collection);
-   if (!s) return GenericValue();
-   const GenericValue * m = s->members.get(key);
+   if (!s || !s->members) return GenericValue();
+   const GenericValue * m = s->members->get(key);
    return m ? *m : GenericValue();
 }
 
@@ -127,23 +130,23 @@ Ptr< DynamicEntity > DynamicEntity::entityMember(const String & collection,
 void DynamicEntity::memberIs(const String & collection, const String & key, const Value & value) {
    const KivAttr & a = declare(collection, true);
    Slot & s = slots_[a.id - 1];
-   if (const GenericValue * current = s.members.get(key)) {
+   if (const GenericValue * current = s.members->get(key)) {
       if (!current->isEntity() && current->value() == value) return;
       detachMember(*current);
    }
-   s.members.insert(key, GenericValue(value));
+   s.members->insert(key, GenericValue(value));
    kivNotifyRaw(a.id, GenericValue(Value::string(key)));
 }
 
 Ptr< DynamicEntity > DynamicEntity::entityMemberIs(const String & collection, const String & key) {
    const KivAttr & a = declare(collection, true);
    Slot & s = slots_[a.id - 1];
-   if (const GenericValue * current = s.members.get(key); current && current->isEntity()) {
+   if (const GenericValue * current = s.members->get(key); current && current->isEntity()) {
       return ptrCast< DynamicEntity >(current->entity());
    }
    Ptr< DynamicEntity > created = kivNew< DynamicEntity >(Name(key));
    created->kivParentIs(this, collection);
-   s.members.insert(key, GenericValue(Ptr< GenericIf >(created)));
+   s.members->insert(key, GenericValue(Ptr< GenericIf >(created)));
    kivNotifyRaw(a.id, GenericValue(Value::string(key)));
    return created;
 }
@@ -152,10 +155,10 @@ bool DynamicEntity::memberDel(const String & collection, const String & key) {
    const KivAttr * a = type_->attr(collection.view());
    if (!a || !a->collection) return false;
    Slot & s = slots_[a->id - 1];
-   const GenericValue * current = s.members.get(key);
+   const GenericValue * current = s.members->get(key);
    if (!current) return false;
    GenericValue removed = *current;
-   s.members.erase(key);
+   s.members->erase(key);
    detachMember(removed);
    kivNotifyRaw(a->id, GenericValue(Value::string(key)));
    return true;
@@ -163,7 +166,7 @@ bool DynamicEntity::memberDel(const String & collection, const String & key) {
 
 std::size_t DynamicEntity::memberCount(const String & collection) const {
    const Slot * s = slot(collection);
-   return s ? s->members.size() : 0;
+   return s && s->members ? s->members->size() : 0;
 }
 
 } // namespace Kiv

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 
 #include "kiv/GenericIf.h"
 #include "kiv/HashMap.h"
@@ -49,9 +50,12 @@ class DynamicEntity : public GenericIf {
    std::size_t memberCount(const String & collection) const;
 
  private:
+   using Members = HashMap< String, GenericValue >;
+   // Scalars hold `scalar`; only collections allocate `members`, so that an
+   // entity with many scalar attributes stays small.
    struct Slot {
       Value scalar;
-      HashMap< String, GenericValue > members;
+      std::unique_ptr< Members > members;
    };
    const KivAttr & declare(const String & attr, bool collection);
    Slot * slot(const String & attr);

@@ -2,13 +2,18 @@
 
 #include "kiv/Strep.h"
 
+#include <string>
+#include <vector>
+
 namespace Kiv {
 
 String Entity::fullName() const {
+   std::vector< std::string_view > names;
+   for (const Entity * e = this; e; e = e->parent()) names.push_back(e->name().view());
    std::string path;
-   for (const Entity * e = this; e; e = e->parent()) {
-      path.insert(0, e->name().view());
-      path.insert(0, "/");
+   for (auto it = names.rbegin(); it != names.rend(); ++it) {
+      path += '/';
+      path += *it;
    }
    return String(path);
 }

@@ -22,6 +22,7 @@
 // A change inside a nested entity notifies only that entity's watchers.
 #pragma once
 
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -50,7 +51,11 @@ class Entity : public PtrInterface {
    // Restoring from the store's backup sets the name after construction.
    void nameIsFromBackup(const Name & name) { name_ = name; }
 
-   NotifierList & kivNotifierList() noexcept { return notifiers_; }
+   // Created on the first attach: most entities are never watched.
+   NotifierList & kivNotifierList() {
+      if (!notifiers_) notifiers_ = std::make_unique< NotifierList >();
+      return *notifiers_;
+   }
 
    // The entity's string form, as traces and generic texts show it: its full
    // name in quotes.
@@ -61,15 +66,15 @@ class Entity : public PtrInterface {
    // this entity's notifications are switched off or it is a zombie.
    template < class N, class F >
    void kivNotifyEach(F && deliver) {
-      if (notifiers_.empty() || !hasNotificationActive() || isZombie()) return;
-      notifiers_.notify< N >(deliver);
+      if (!notifiers_ || notifiers_->empty() || !hasNotificationActive() || isZombie()) return;
+      notifiers_->notify< N >(deliver);
    }
 
  private:
    Name name_;
    Entity * parent_ = nullptr;
    String parentAttrName_;
-   NotifierList notifiers_;
+   std::unique_ptr< NotifierList > notifiers_;
 };
 
 // A keyed collection of plain values.

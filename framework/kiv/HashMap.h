@@ -188,6 +188,9 @@ class HashMap {
 
  private:
    static constexpr std::size_t npos = ~std::size_t(0);
+   // Maps of up to this many slots have no index and are searched in order:
+   // most maps here hold one or a few entries.
+   static constexpr std::size_t linearLimit = 8;
 
    static std::uint32_t hashOf(const K & key) {
       return static_cast< std::uint32_t >(Hash()(key));
@@ -197,7 +200,13 @@ class HashMap {
    }
 
    std::size_t lookup(const K & key, std::uint32_t h) const {
-      if (index_.empty()) return npos;
+      if (index_.empty()) {
+         for (std::size_t pos = 0; pos < slots_.size(); ++pos) {
+            const Slot & s = slots_[pos];
+            if (s.live && s.hash == h && s.key == key) return pos;
+         }
+         return npos;
+      }
       for (std::size_t b = bucketOf(h);; b = (b + 1) & (index_.size() - 1)) {
          std::uint32_t entry = index_[b];
          if (entry == 0) return npos;
@@ -207,8 +216,12 @@ class HashMap {
    }
 
    void indexAdd(std::size_t pos, std::uint32_t h) {
+      if (index_.empty()) {
+         if (slots_.size() > linearLimit) rebuildIndex(4 * linearLimit);
+         return; // a small map is searched without an index
+      }
       if ((live_ + 1) * 2 > index_.size()) {
-         rebuildIndex(index_.empty() ? 16 : index_.size() * 2);
+         rebuildIndex(index_.size() * 2);
          return; // the rebuild indexed every live slot, `pos` included
       }
       std::size_t b = bucketOf(h);
@@ -218,6 +231,7 @@ class HashMap {
 
    // Linear probing with backward-shift deletion: no tombstones in the index.
    void indexRemove(std::size_t pos) {
+      if (index_.empty()) return;
       std::size_t mask = index_.size() - 1;
       std::size_t b = bucketOf(slots_[pos].hash);
       while (index_[b] != pos + 1) b = (b + 1) & mask;
@@ -276,15 +290,16 @@ class HashMap {
          slots_.swap(kept);
       }
       dead_ = 0;
-      rebuildIndex(index_.empty() ? 16 : index_.size());
+      if (!index_.empty()) rebuildIndex(index_.size());
    }
 
    std::vector< Slot > slots_;          // insertion order; erased slots stay until compaction
    std::vector< std::uint32_t > index_; // bucket -> slot position + 1; 0 = empty
-   unsigned shift_ = 28;
-   std::size_t live_ = 0;
-   std::size_t dead_ = 0;
-   mutable std::size_t iterators_ = 0; // live iterators; compaction waits for zero
+   // Counts fit 32 bits: the index stores slot positions in 32 bits too.
+   std::uint32_t shift_ = 28;
+   std::uint32_t live_ = 0;
+   std::uint32_t dead_ = 0;
+   mutable std::uint32_t iterators_ = 0; // live iterators; compaction waits for zero
 };
 
 // Collections of counted objects keyed by a string or a name, and collections

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cstdlib>
 #include <cxxabi.h>
+#include <deque>
 #include <memory>
 
 #include "kiv/Exception.h"
@@ -13,8 +14,9 @@ namespace Kiv {
 namespace {
 
 struct Registry {
-   // Counters never move once created: the map owns them through unique_ptr.
-   std::map< std::string, std::unique_ptr< std::int64_t > > counters;
+   std::map< std::string, std::uint16_t > ids;
+   // counts[id]; a deque, so that counters never move as types join.
+   std::deque< std::int64_t > counts{0};
 };
 
 Registry & registry() {
@@ -40,36 +42,40 @@ void bump(std::int64_t * counter, std::int64_t delta) {
 
 } // namespace
 
-std::int64_t * LiveCount::counterFor(const std::type_info & type) {
-   auto & slot = registry().counters[demangle(type.name())];
-   if (!slot) slot = std::make_unique< std::int64_t >(0);
-   return slot.get();
+std::uint16_t LiveCount::idFor(const std::type_info & type) {
+   Registry & r = registry();
+   auto [it, added] = r.ids.emplace(demangle(type.name()), 0);
+   if (added) {
+      it->second = static_cast< std::uint16_t >(r.counts.size());
+      r.counts.push_back(0);
+   }
+   return it->second;
 }
 
 std::int64_t LiveCount::count(const std::string & typeName) {
-   auto it = registry().counters.find(typeName);
-   return it == registry().counters.end() ? 0 : *it->second;
+   auto it = registry().ids.find(typeName);
+   return it == registry().ids.end() ? 0 : registry().counts[it->second];
 }
 
 std::int64_t LiveCount::total() {
    std::int64_t sum = 0;
-   for (const auto & entry : registry().counters) sum += *entry.second;
+   for (std::int64_t c : registry().counts) sum += c;
    return sum;
 }
 
 std::map< std::string, std::int64_t > LiveCount::snapshot() {
    std::map< std::string, std::int64_t > result;
-   for (const auto & entry : registry().counters) result[entry.first] = *entry.second;
+   for (const auto & [name, id] : registry().ids) result[name] = registry().counts[id];
    return result;
 }
 
 PtrInterface::~PtrInterface() {
-   if (liveCounter_) bump(liveCounter_, -1);
+   if (liveTypeId_) bump(&registry().counts[liveTypeId_], -1);
 }
 
-void PtrInterface::kivTrackLive(std::int64_t * counter) noexcept {
-   liveCounter_ = counter;
-   bump(counter, 1);
+void PtrInterface::kivTrackLive(std::uint16_t typeId) noexcept {
+   liveTypeId_ = typeId;
+   bump(&registry().counts[typeId], 1);
 }
 
 void throwNullValidPtr() { throwRangeException("null ValidPtr"); }

@@ -28,7 +28,8 @@ namespace Kiv {
 // Per-type count of live objects created through kivNew.
 class LiveCount {
  public:
-   static std::int64_t * counterFor(const std::type_info & type);
+   // The id under which objects of `type` are counted (ids start at 1).
+   static std::uint16_t idFor(const std::type_info & type);
    static std::int64_t count(const std::string & typeName);
    static std::int64_t total();
    // Type name to live count, for every type that has ever been allocated.
@@ -58,13 +59,13 @@ class PtrInterface {
    virtual void kivDoZombieReactors(bool zombie) { zombie_ = zombie; }
 
    // Used by kivNew only.
-   void kivTrackLive(std::int64_t * counter) noexcept;
+   void kivTrackLive(std::uint16_t typeId) noexcept;
 
  private:
    mutable std::uint32_t refCount_ = 1; // the construction reference
    bool notificationActive_ = true;
    bool zombie_ = false;
-   std::int64_t * liveCounter_ = nullptr;
+   std::uint16_t liveTypeId_ = 0; // 0: not counted; packed beside the flags
 };
 
 struct AdoptRef {};
@@ -116,7 +117,8 @@ using PtrConst = Ptr< const T >;
 template < class T, class... Args >
 Ptr< T > kivNew(Args &&... args) {
    T * p = new T(std::forward< Args >(args)...);
-   p->kivTrackLive(LiveCount::counterFor(typeid(T)));
+   static const std::uint16_t typeId = LiveCount::idFor(typeid(T));
+   p->kivTrackLive(typeId);
    return Ptr< T >(p, AdoptRef{});
 }
 
