@@ -81,6 +81,7 @@ class NotifieeBase {
  private:
    friend class NotifierList;
    NotifierList * list_ = nullptr; // the list this notifiee is attached to
+   std::size_t listIndex_ = 0;     // its position in that list
    bool active_ = true;
    bool zombie_ = false;
 };
@@ -113,25 +114,25 @@ inline NotifierList::~NotifierList() {
 }
 
 inline void NotifierList::attach(NotifieeBase * n) {
+   n->listIndex_ = notifiees_.size();
    notifiees_.push_back(n);
    ++attached_;
 }
 
+// Constant time: a detached notifiee leaves a hole, and the holes are closed
+// once they are half the list (never during a delivery, whose loop indexes it).
 inline void NotifierList::detach(NotifieeBase * n) {
-   for (auto & slot : notifiees_) {
-      if (slot == n) {
-         slot = nullptr;
-         --attached_;
-         break;
-      }
-   }
-   if (!frames_) compact();
+   notifiees_[n->listIndex_] = nullptr;
+   --attached_;
+   if (!frames_ && attached_ * 2 < notifiees_.size()) compact();
 }
 
 inline void NotifierList::compact() {
    std::size_t out = 0;
    for (NotifieeBase * n : notifiees_) {
-      if (n) notifiees_[out++] = n;
+      if (!n) continue;
+      n->listIndex_ = out;
+      notifiees_[out++] = n;
    }
    notifiees_.resize(out);
 }
@@ -150,7 +151,7 @@ void NotifierList::notify(F && deliver) {
       ~Unlink() {
          if (frame.destroyed) return; // the notifier went away; touch nothing
          list->frames_ = frame.outer;
-         if (!list->frames_) list->compact();
+         if (!list->frames_ && list->attached_ < list->notifiees_.size()) list->compact();
       }
    } unlink{this, frame};
    // Notifiees attached during this delivery sit past `count` and wait for the next.
