@@ -7,7 +7,8 @@
 namespace Mlag::ConfigCheck {
 
 Kiv::Ptr< ConfigCheckDesc > ConfigCheckDesc::nestedConfigCheckDescIs(const Kiv::Name & name) {
-   auto [member, created] = nested_.getOrCreate(name, this, "nestedConfigCheckDesc", name);
+   static const Kiv::String attrName("nestedConfigCheckDesc");
+   auto [member, created] = nested_.getOrCreate(name, this, attrName, name);
    if (created) nestedChanged(name);
    return member;
 }

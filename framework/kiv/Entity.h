@@ -122,7 +122,7 @@ class EntityTable {
    // The member under `key`, created from `args` when absent; second is true
    // when it was created.
    template < class... A >
-   std::pair< Ptr< T >, bool > getOrCreate(const K & key, Entity * owner, const char * attrName,
+   std::pair< Ptr< T >, bool > getOrCreate(const K & key, Entity * owner, const String & attrName,
                                           A &&... args) {
       if (const Ptr< T > * v = map_.get(key)) return {*v, false};
       Ptr< T > created = kivNew< T >(std::forward< A >(args)...);
@@ -204,8 +204,10 @@ class EntityTable {
    Kiv::Ptr< T > name(const K & key) const { return name##_.get(key); }              \
    template < class... A >                                                           \
    Kiv::Ptr< T > name##Is(const K & key, A &&... args) {                             \
+      /* one shared text for every member's parent attribute name */                 \
+      static const Kiv::String kivAttrName(#name);                                   \
       auto [member, created] =                                                       \
-         name##_.getOrCreate(key, this, #name, key, std::forward< A >(args)...);     \
+         name##_.getOrCreate(key, this, kivAttrName, key, std::forward< A >(args)...); \
       if (created) KIV_NOTIFY_ON(on##Name(key));                         \
       return member;                                                                 \
    }                                                                                 \
