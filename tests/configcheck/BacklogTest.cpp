@@ -1,0 +1,109 @@
+#include "MlagConfigCheckBacklog.h"
+
+#include <vector>
+
+#include "CheckerFixture.h"
+
+namespace {
+
+using namespace CheckerTest;
+
+// A side whose work is only to remember the keys it processed.
+class RecordingSm : public ConfigCheckSmBase {
+ public:
+   RecordingSm() : ConfigCheckSmBase(checkerClock()) { initializedIs(true); }
+   void add(const SmCodefKey & key) { enqueue(key); }
+   void processSmCodefKey(const SmCodefKey & key) {
+      seen.push_back(key.name().stdString());
+      Kiv::System::virtualTimeAdvance(costPerKey);
+      if (onKey) onKey(key);
+   }
+   std::uint64_t processBacklog(const Kiv::Seconds & startTime) override {
+      return doProcessConfigCheckBacklog(this, startTime);
+   }
+   std::vector< std::string > seen;
+   Kiv::Seconds costPerKey = 0;
+   std::function< void(const SmCodefKey &) > onKey;
+};
+
+SmCodefKey key(int i) { return SmCodefKey(Kiv::Name("k" + std::to_string(i)), "p"); }
+
+class BacklogTest : public CheckerTestBase {
+ protected:
+   void dropAll() override { sm = nullptr; }
+   Kiv::Ptr< RecordingSm > sm = Kiv::kivNew< RecordingSm >();
+};
+
+TEST_F(BacklogTest, ASliceYieldsAtATenthEntryPastTheDeadline) {
+   for (int i = 1; i <= 25; ++i) sm->add(key(i));
+   sm->costPerKey = sm->backlogQuantum() / 4; // the deadline passes within the first ten
+   Traces traces;
+   EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 10u);
+   EXPECT_TRUE(traces.contains("Backlog entries processed: 10"));
+   EXPECT_EQ(sm->bookmark(), key(11));
+   EXPECT_EQ(sm->backlogSize(), 15u);
+   sm->costPerKey = 0;
+   EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 15u);
+   EXPECT_EQ(sm->seen[10], "k11");
+   // A slice that empties the backlog leaves the bookmark as it was; the
+   // next slice does not find it and starts at the beginning.
+   EXPECT_EQ(sm->bookmark(), key(11));
+}
+
+TEST_F(BacklogTest, FewerThanTenEntriesNeverReadTheClock) {
+   for (int i = 1; i <= 9; ++i) sm->add(key(i));
+   const std::uint64_t reads = Kiv::System::timeReads();
+   EXPECT_EQ(sm->processBacklog(-1.0), 9u); // deadline long past
+   EXPECT_EQ(Kiv::System::timeReads(), reads);
+   EXPECT_EQ(sm->backlogSize(), 0u);
+}
+
+TEST_F(BacklogTest, AnUninitializedSideDiscards) {
+   sm->initializedIs(false);
+   sm->add(key(1));
+   sm->bookmarkIs(key(1));
+   Traces traces;
+   EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 0u);
+   EXPECT_TRUE(traces.contains("Discarding backlog as not yet ready to process"));
+   EXPECT_EQ(sm->backlogSize(), 0u);
+   EXPECT_EQ(sm->bookmark(), SmCodefKey());
+   EXPECT_TRUE(sm->seen.empty());
+}
+
+TEST_F(BacklogTest, RepeatedKeysCoalesceAndNewKeysJoinTheSlice) {
+   sm->add(key(1));
+   sm->add(key(2));
+   sm->add(key(1));
+   sm->onKey = [this](const SmCodefKey & k) {
+      if (k == key(1)) sm->add(key(3)); // enqueued mid-slice
+   };
+   runUntilQuiet();
+   EXPECT_EQ(sm->seen, (std::vector< std::string >{"k1", "k2", "k3"}));
+   EXPECT_EQ(sm->updatesSeen(), 4u);
+   EXPECT_EQ(sm->dispatchCount(), 1u);
+}
+
+TEST_F(BacklogTest, ABookmarkThatWentAwayRestartsAtTheBeginning) {
+   for (int i = 1; i <= 12; ++i) sm->add(key(i));
+   sm->bookmarkIs(key(5));
+   sm->backlogDel(key(5));
+   EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 11u);
+   EXPECT_EQ(sm->seen.front(), "k1");
+   // A present bookmark is where the walk starts, wrapping around.
+   for (int i = 1; i <= 3; ++i) sm->add(key(i));
+   sm->bookmarkIs(key(2));
+   sm->seen.clear();
+   sm->processBacklog(Kiv::System::currentTime());
+   EXPECT_EQ(sm->seen, (std::vector< std::string >{"k2", "k3", "k1"}));
+}
+
+TEST_F(BacklogTest, TheRunLoopCallsAgainUntilTheBacklogIsEmpty) {
+   for (int i = 1; i <= 35; ++i) sm->add(key(i));
+   sm->costPerKey = sm->backlogQuantum();
+   runUntilQuiet();
+   EXPECT_EQ(sm->seen.size(), 35u);
+   EXPECT_EQ(sm->dispatchCount(), 4u);
+   EXPECT_EQ(sm->yieldBeforeFinishingCount(), 3u);
+}
+
+} // namespace

@@ -1,0 +1,119 @@
+#include "MlagConfigCheckDbUpdate.h"
+
+#include "CheckerFixture.h"
+#include "MlagConfigCheckUtil.h"
+
+namespace {
+
+using namespace CheckerTest;
+
+class DbUpdateTest : public ::testing::Test {
+ protected:
+   Kiv::Ptr< ConfigPluginDir > dir = resultsDir("lacp");
+   Kiv::Ptr< GenericConfig > record = Kiv::kivNew< GenericConfig >(Kiv::Name("lacp"));
+   Kiv::Ptr< ConfigCheckDesc > desc = configCheckDescFactory("lacp");
+   Kiv::Ptr< Kiv::DynamicEntity > config = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name("cfg"));
+
+   void publish(const char * name, const char * mlagId = "",
+                const Kiv::Ptr< Mlag::Config > & mlag = nullptr) {
+      updateConfigCheckDbUtil(desc, dir, mlag, mlagId, config, record, name, false);
+   }
+};
+
+TEST_F(DbUpdateTest, AGlobalEntityPublishesDefaultsOverridesAndCollections) {
+   desc->attrNameIs("priority", "system priority");
+   desc->attrNameIs("mode", "lacp mode");
+   desc->attrNameIs("speed", "speed"); // not an attribute of the entity: skipped
+   desc->collectionNameIs("vlan", "allowed vlan");
+   desc->valueStrOverrideIs("active", "on");
+   desc->defaultValIs("priority", "32768");
+   config->valueIs("priority", Kiv::Value::integer(32768));
+   config->valueIs("mode", Kiv::Value::string("active"));
+   config->memberIs("vlan", "10", Kiv::Value::string("active"));
+   config->memberIs("vlan", "20", Kiv::Value::string("'quoted'"));
+   publish("Local");
+
+   EXPECT_EQ(globalEntry(dir, "system priority")->localVal(), "32768");
+   EXPECT_EQ(globalEntry(dir, "lacp mode")->localVal(), "on");
+   EXPECT_EQ(globalEntry(dir, "10 allowed vlan")->localVal(), "on");
+   EXPECT_FALSE(globalEntry(dir, "speed"));
+   EXPECT_EQ(dir->configIntfDirSize(), 0u);
+   EXPECT_EQ(record->attr("priority"), "32768");
+   EXPECT_EQ(record->attr("mode"), "on");
+   EXPECT_FALSE(record->attrHas("speed"));
+   EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "10")), "on");
+   // Only the outer quotes come off; inner ones stay escaped.
+   EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "20")), "\\'quoted\\'");
+}
+
+TEST_F(DbUpdateTest, AbsenceImpliesDefaultKeepsDefaultsOutOfTheRecordOnly) {
+   desc->absenceImpliesDefaultValIs(true);
+   desc->attrNameIs("mtu", "mtu");
+   desc->attrNameIs("mode", "mode");
+   desc->collectionNameIs("vlan", "vlan");
+   desc->defaultValIs("mtu", "1500");
+   desc->defaultValIs("mode", "active");
+   desc->defaultValIs("vlan", "allowed");
+   config->valueIs("mtu", Kiv::Value::integer(1500));
+   config->valueIs("mode", Kiv::Value::string("passive"));
+   config->memberIs("vlan", "10", Kiv::Value::string("allowed"));
+   publish("Ethernet1");
+
+   ASSERT_TRUE(intfEntry(dir, "mtu", "Ethernet1"));
+   EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->localVal(), "");
+   EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->defaultVal(), "1500");
+   EXPECT_FALSE(record->attrHas("mtu"));
+   EXPECT_EQ(record->attr("mode"), "passive");
+   // Collection members are published whatever their value.
+   EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "10")), "allowed");
+   EXPECT_EQ(intfEntry(dir, "10 vlan", "Ethernet1")->defaultVal(), "allowed");
+}
+
+TEST_F(DbUpdateTest, AnMlagIdChangeMovesTheEntriesInOneCall) {
+   desc->mlagInterfacesOnlyIs(true);
+   desc->attrNameIs("mode", "lacp mode");
+   config->valueIs("mode", Kiv::Value::string("active"));
+   auto mlag = mlagConfig({{"Port-Channel10", "10"}});
+   doInsertPeerIntfParam(dir, "lacp mode mlag10", "Port-Channel10", "active");
+   publish("Port-Channel10", "", mlag);
+   EXPECT_EQ(intfEntry(dir, "lacp mode mlag10", "Port-Channel10")->localVal(), "active");
+
+   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
+   Traces traces;
+   publish("Port-Channel10", "10", mlag);
+   EXPECT_TRUE(traces.contains("Removing parameters with mlag '10'"));
+   // The old entry keeps only the peer's value, under the provisional key.
+   EXPECT_FALSE(intfEntry(dir, "lacp mode mlag10", "Port-Channel10"));
+   EXPECT_EQ(intfEntry(dir, "lacp mode mlag10", "PeerPort-Channel10")->peerVal(), "active");
+   EXPECT_EQ(intfEntry(dir, "lacp mode mlag11", "Port-Channel10")->localVal(), "active");
+
+   // Out of MLAG: nothing is named, nothing written.
+   mlag->intfConfigDel(Porta::IntfId("Port-Channel10"));
+   publish("Port-Channel10", "11", mlag);
+   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("lacp mode mlag11")));
+}
+
+TEST_F(DbUpdateTest, PeerRecordImport) {
+   desc->attrNameIs("mtu", "mtu");
+   desc->collectionNameIs("vlan", "vlan");
+   auto peer = Kiv::kivNew< GenericConfig >(Kiv::Name("peer"));
+   peer->attrIs("mtu", "9000");
+   peer->attrIs("unnamed", "x");
+   peer->attrCollectionIs(CollectionConfig("vlan", "'10'"), "allowed");
+   peer->attrCollectionIs(CollectionConfig("other", "1"), "y");
+   updateConfigCheckDbPeer(desc, dir, nullptr, "", peer, "g1");
+   EXPECT_EQ(globalEntry(dir, "mtu g1")->peerVal(), "9000");
+   EXPECT_EQ(globalEntry(dir, "mtu g1")->groupId(), "g1");
+   EXPECT_EQ(globalEntry(dir, "10 vlan g1")->peerVal(), "allowed");
+   EXPECT_EQ(dir->configGlobalDiffSize(), 2u);
+
+   updateConfigCheckDbPeer(desc, dir, nullptr, "", peer, "Ethernet1");
+   EXPECT_EQ(intfEntry(dir, "mtu", "PeerEthernet1")->peerVal(), "9000");
+
+   Traces traces;
+   insertPeerParam(dir, "", "Peer", Porta::IntfId(), "z");
+   EXPECT_FALSE(traces.contains("Updating"));
+   EXPECT_EQ(dir->configGlobalDiffSize(), 2u);
+}
+
+} // namespace
