@@ -70,8 +70,11 @@ class Traces {
 // checker object left alive.
 class CheckerTestBase : public ::testing::Test {
  protected:
-   // Taken before the derived fixture's members are built.
-   CheckerTestBase() : before_(Kiv::LiveCount::snapshot()) { Kiv::System::virtualTimeIs(0); }
+   // Taken before the derived fixture's members are built, and after the
+   // process's activity manager (which lives on) exists.
+   CheckerTestBase() : before_((Kiv::activityManager(), Kiv::LiveCount::snapshot())) {
+      Kiv::System::virtualTimeIs(0);
+   }
    void TearDown() override {
       runUntilQuiet();
       dropAll();
