@@ -280,6 +280,10 @@ void P2pToStatehubSm::handleDelete() {
    }
 }
 
+// Every key is handled alike, whatever its parameter name: an empty one, or
+// one naming another machine (the enqueuing machine's name travels there),
+// changes nothing, because the key's `name` alone says which nested
+// configuration to reconcile, and it is looked up in this machine's record.
 void P2pToStatehubSm::processSmCodefKey(const SmCodefKey & key) {
    const Kiv::String name = key.name();
    MLAG_TRACE_FN(8,

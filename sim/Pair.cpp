@@ -16,11 +16,11 @@ using MlagP2p::ConfigCheck::GenericConfig;
 
 Pair::Pair(const Scenario & scenario) : steps_(scenario.steps) {
    for (std::size_t i = 0; i < 2; ++i) {
-      const SwitchSpec & spec = scenario.switches[i];
+      const SwitchSpec & switchSpec = scenario.switches[i];
       Switch & sw = switches_[i];
-      sw.name = spec.name;
+      sw.name = switchSpec.name;
       sw.mlag = Kiv::kivNew< Mlag::Config >(Kiv::Name("mlagConfig"));
-      for (const auto & [intf, mlagId] : spec.mlag) {
+      for (const auto & [intf, mlagId] : switchSpec.mlag) {
          sw.mlag->intfConfigIs(Porta::IntfId(Kiv::String(intf)), Mlag::IntfConfig(mlagId));
       }
       for (const auto & [name, descriptor] : scenario.plugins.items()) {
@@ -30,8 +30,8 @@ Pair::Pair(const Scenario & scenario) : steps_(scenario.steps) {
          p.desc = buildDescriptor(name, descriptor);
          p.dir = Kiv::kivNew< ConfigPluginDir >(Kiv::Name(name));
          p.config = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name(name));
-         const bool configured = spec.config.is_object() && spec.config.contains(name);
-         fillEntity(*p.config, configured ? spec.config[name] : nlohmann::json(), &descriptor);
+         const bool configured = switchSpec.config.is_object() && switchSpec.config.contains(name);
+         fillEntity(*p.config, configured ? switchSpec.config[name] : nlohmann::json(), &descriptor);
          p.localRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
          p.localRecord->paramNameIs(name);
          p.peerRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));

@@ -278,16 +278,16 @@ Json Parser::modelOf(const Json & entity, const Json * descriptor) const {
 SwitchSpec Parser::parseSwitch(const Json & sw, const Pointer & at, const Json & plugins) const {
    requireObject(sw, at, "an object (a switch)");
    allowOnly(sw, at, {"name", "mlag", "config"});
-   SwitchSpec spec;
-   spec.name = nameAt(required(sw, at, "name"), at / "name", "switch name");
+   SwitchSpec switchSpec;
+   switchSpec.name = nameAt(required(sw, at, "name"), at / "name", "switch name");
    if (const Json * mlag = optional(sw, "mlag")) {
       requireObject(*mlag, at / "mlag", "an object (interface name to MLAG id)");
       for (const auto & [intf, id] : mlag->items()) {
          checkInterfaceName(intf, at / "mlag" / intf);
-         spec.mlag[intf] = stringAt(id, at / "mlag" / intf);
+         switchSpec.mlag[intf] = stringAt(id, at / "mlag" / intf);
       }
    }
-   spec.config = Json::object();
+   switchSpec.config = Json::object();
    if (const Json * config = optional(sw, "config")) {
       requireObject(*config, at / "config", "an object (plugin name to configuration)");
       for (const auto & [plugin, entity] : config->items()) {
@@ -296,9 +296,9 @@ SwitchSpec Parser::parseSwitch(const Json & sw, const Pointer & at, const Json &
          }
          checkEntity(entity, &plugins[plugin], at / "config" / plugin);
       }
-      spec.config = *config;
+      switchSpec.config = *config;
    }
-   return spec;
+   return switchSpec;
 }
 
 Step Parser::parseStep(const Json & s, const Pointer & at, const Scenario & scenario) const {

@@ -1,0 +1,63 @@
+#include "ConfigCheckDesc.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using Mlag::ConfigCheck::ConfigCheckDesc;
+using Mlag::ConfigCheck::configCheckDescFactory;
+
+struct DescLog : ConfigCheckDesc::NotifieeConst {
+   std::vector< std::string > calls;
+   void onMlagInterfacesOnly() override { calls.push_back("mlagInterfacesOnly"); }
+   void onAttrName(const Kiv::String & key) override { calls.push_back("attrName " + key.stdString()); }
+   void onAttrNamekivImmediate() override { calls.push_back("attrName immediate"); }
+   void onDefaultVal() override { calls.push_back("defaultVal all"); }
+   void onDefaultVal(const Kiv::String & key) override {
+      calls.push_back("defaultVal " + key.stdString());
+   }
+   void onNestedConfigCheckDesc(const Kiv::Name & name) override {
+      calls.push_back("nested " + name.stdString());
+   }
+};
+
+TEST(ConfigCheckDescTest, MapsAnswerEmptyTextForAbsentKeysAndNotifyOnlyChanges) {
+   auto desc = configCheckDescFactory("lacp");
+   DescLog log;
+   log.notifierIs(desc);
+   EXPECT_EQ(desc->attrName("mtu"), "");
+   desc->attrNameIs("mtu", "MTU");
+   desc->attrNameIs("mtu", "MTU"); // no change, no notification
+   desc->mlagInterfacesOnlyIs(true);
+   desc->mlagInterfacesOnlyIs(true);
+   desc->attrNameDel("speed"); // absent
+   desc->defaultValIs("mtu", "1500");
+   desc->defaultValIs("mode", "active");
+   desc->defaultValDelAll();
+   EXPECT_EQ(desc->defaultVal("mtu"), "");
+   EXPECT_EQ(log.calls, (std::vector< std::string >{"attrName mtu", "attrName immediate",
+                                                    "mlagInterfacesOnly", "defaultVal mtu",
+                                                    "defaultVal mode", "defaultVal mtu",
+                                                    "defaultVal mode", "defaultVal all"}));
+}
+
+TEST(ConfigCheckDescTest, NestedDescriptorsAreKeyedByNameAndKept) {
+   auto desc = configCheckDescFactory("lacp");
+   DescLog log;
+   log.notifierIs(desc);
+   auto intf = desc->nestedConfigCheckDescIs("intfConfig");
+   EXPECT_EQ(desc->nestedConfigCheckDescIs("intfConfig"), intf);
+   EXPECT_EQ(intf->parent(), desc.get());
+   EXPECT_EQ(intf->fullName(), "/lacp/intfConfig");
+   EXPECT_EQ(log.calls, (std::vector< std::string >{"nested intfConfig"}));
+   intf->nameIsFromBackup("restored");
+   EXPECT_EQ(intf->name(), "restored");
+   EXPECT_EQ(desc->nestedConfigCheckDescDel("intfConfig"), intf);
+   EXPECT_EQ(intf->parent(), nullptr);
+   EXPECT_FALSE(desc->nestedConfigCheckDesc("intfConfig"));
+}
+
+} // namespace
