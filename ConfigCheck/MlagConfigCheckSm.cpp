@@ -290,10 +290,12 @@ Kiv::Ptr< MlagConfigCheckSm > SmContainer::configCheckSmIs(
        present->configCheckDesc() == configCheckDesc && present->mlagConfig() == mlagConfig) {
       return present;
    }
-   // The old machine goes first, so that two never run on one directory.
+   // Built before the present machine is let go: a replacement that cannot
+   // be built leaves the present one running.
+   Kiv::Ptr< MlagConfigCheckSm > created = mlagConfigCheckSmFactory(
+      configCheck, name, readConfig, writeConfig, compareConfig, configCheckDesc, mlagConfig);
    configCheckSmDel();
-   configCheckSm_ = mlagConfigCheckSmFactory(configCheck, name, readConfig, writeConfig,
-                                             compareConfig, configCheckDesc, mlagConfig);
+   configCheckSm_ = created;
    KIV_NOTIFY_ON(onConfigCheckSm());
    return Kiv::validPtr(configCheckSm_);
 }

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "CheckerFixture.h"
+#include "kiv/Exception.h"
 
 namespace {
 
@@ -95,6 +96,20 @@ TEST_F(BacklogTest, ABookmarkThatWentAwayRestartsAtTheBeginning) {
    sm->seen.clear();
    sm->processBacklog(Kiv::System::currentTime());
    EXPECT_EQ(sm->seen, (std::vector< std::string >{"k2", "k3", "k1"}));
+}
+
+TEST_F(BacklogTest, AFailingKeyStaysAndTheBookmarkKeepsItsPlace) {
+   for (int i = 1; i <= 3; ++i) sm->add(key(i));
+   sm->bookmarkIs(key(3));
+   sm->onKey = [this](const SmCodefKey & k) {
+      if (k == key(1)) throw Kiv::RangeException("no such thing");
+   };
+   EXPECT_THROW(sm->processBacklog(Kiv::System::currentTime()), Kiv::RangeException);
+   EXPECT_EQ(sm->seen, (std::vector< std::string >{"k3", "k1"}));
+   EXPECT_EQ(sm->backlogSize(), 2u);
+   EXPECT_EQ(sm->bookmark(), key(3));
+   sm->onKey = nullptr;
+   EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 2u);
 }
 
 TEST_F(BacklogTest, TheRunLoopCallsAgainUntilTheBacklogIsEmpty) {

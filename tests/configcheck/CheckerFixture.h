@@ -1,8 +1,15 @@
 // Helpers that speak the checker's domain: results entries, descriptors,
 // configurations and trace capture with the checker's handle switched on.
+// Tests run on virtual time and drive deferred work with runUntilQuiet().
+//
+//   auto desc = lacpDesc();
+//   EXPECT_EQ(localEntry(dir, "mtu mlag10", "Port-Channel10"), "9000");
 #pragma once
 
 #include <gtest/gtest.h>
+
+#include <map>
+#include <string>
 
 #include "ConfigCheckDesc.h"
 #include "ConfigPluginDir.h"
@@ -35,6 +42,54 @@ inline Kiv::Ptr< ConfigGlobalDiff > globalEntry(const Kiv::Ptr< ConfigPluginDir 
    return dir->configGlobalDiff(Kiv::Name(param));
 }
 
+// The local or peer value of one results entry, "<none>" when there is no
+// entry: the interface table with an interface name, the global table without.
+inline constexpr const char * none = "<none>";
+
+inline std::string localEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
+                              const char * intf) {
+   auto entry = intfEntry(dir, param, intf);
+   return entry ? entry->localVal().stdString() : none;
+}
+
+inline std::string peerEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
+                             const char * intf) {
+   auto entry = intfEntry(dir, param, intf);
+   return entry ? entry->peerVal().stdString() : none;
+}
+
+inline std::string localEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param) {
+   auto entry = globalEntry(dir, param);
+   return entry ? entry->localVal().stdString() : none;
+}
+
+inline std::string peerEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param) {
+   auto entry = globalEntry(dir, param);
+   return entry ? entry->peerVal().stdString() : none;
+}
+
+// The plugin most tests check: global scalars and a value collection, a
+// per-MLAG-interface nested configuration and a per-group one.
+//   priority (default 32768), timeout; vlan members as "<key> vlan";
+//   intfConfig: MLAG interfaces only, absence means default, mtu (default
+//   1500) and mode ("active" shown as "on"); group: mtu, named "mtu <group>".
+inline Kiv::Ptr< ConfigCheckDesc > lacpDesc() {
+   auto desc = configCheckDescFactory("lacp");
+   desc->attrNameIs("priority", "priority");
+   desc->attrNameIs("timeout", "timeout");
+   desc->defaultValIs("priority", "32768");
+   desc->collectionNameIs("vlan", "vlan");
+   auto intf = desc->nestedConfigCheckDescIs("intfConfig");
+   intf->mlagInterfacesOnlyIs(true);
+   intf->absenceImpliesDefaultValIs(true);
+   intf->attrNameIs("mtu", "mtu");
+   intf->attrNameIs("mode", "mode");
+   intf->defaultValIs("mtu", "1500");
+   intf->valueStrOverrideIs("active", "on");
+   desc->nestedConfigCheckDescIs("group")->attrNameIs("mtu", "mtu");
+   return desc;
+}
+
 inline Kiv::Ptr< Mlag::Config > mlagConfig(
    std::initializer_list< std::pair< const char *, const char * > > entries) {
    auto mlag = Kiv::kivNew< Mlag::Config >(Kiv::Name("mlag"));
@@ -59,6 +114,21 @@ class Traces {
       std::size_t n = 0;
       for (const auto & line : sink_.lines()) n += line.text.find(text) != std::string::npos;
       return n;
+   }
+   // The position of the first line containing `text`; npos when none does.
+   std::size_t indexOf(std::string_view text) const {
+      const auto & lines = sink_.lines();
+      for (std::size_t i = 0; i < lines.size(); ++i) {
+         if (lines[i].text.find(text) != std::string::npos) return i;
+      }
+      return std::string::npos;
+   }
+   std::size_t size() const { return sink_.lines().size(); }
+   // Every line captured, for failure messages.
+   std::string all() const {
+      std::string text;
+      for (const auto & line : sink_.lines()) text += line.text + "\n";
+      return text;
    }
    void clear() { sink_.clear(); }
 
