@@ -1,12 +1,12 @@
 #include "Report.h"
 
+#include "SetSummary.h"
 #include "Table.h"
 
 namespace MlagTool {
 
 namespace {
 
-std::string shown(const std::string & value) { return value.empty() ? "-" : value; }
 
 Table::Highlight highlightOf(Status s) {
    switch (s) {
@@ -21,24 +21,46 @@ Table::Highlight highlightOf(Status s) {
    return Table::Highlight::yellow;
 }
 
+std::string setLines(const PluginRows & p, const std::string & localName,
+                     const std::string & peerName, const ReportOptions & options) {
+   std::string out;
+   for (const SetSummary & s : setSummaries(p.rows)) {
+      if (options.mismatchesOnly && !s.hasMismatch()) continue;
+      out += "  " + s.line(localName, peerName) + "\n";
+   }
+   return out.empty() ? out : "collections\n" + out;
+}
+
 std::string pluginSection(const PluginRows & p, const std::string & localName,
                           const std::string & peerName, const ReportOptions & options) {
    Table table({"parameter", "interface", localName, peerName, "status"});
    for (const Row & r : p.rows) {
       if (options.mismatchesOnly && r.status == Status::agree) continue;
-      table.rowIs({r.parameter, shown(r.interface), shown(r.local), shown(r.peer),
+      if (options.summary && !r.name.member.empty()) continue;
+      table.rowIs({r.parameter, r.interface.empty() ? "-" : r.interface,
+                   shownValue(r.local, r.defaultVal), shownValue(r.peer, r.defaultVal),
                    statusText(r.status, localName, peerName)},
                   highlightOf(r.status));
    }
+   const std::string sets = setLines(p, localName, peerName, options);
    if (p.rows.empty()) return "plugin " + p.plugin + ": no parameters\n";
-   if (table.rows() == 0) {
+   // Nothing left to show means every row and set agrees: only the filters
+   // leave a plugin empty.
+   if (table.rows() == 0 && sets.empty()) {
       return "plugin " + p.plugin + ": all " + std::to_string(p.rows.size()) +
              (p.rows.size() == 1 ? " parameter agrees\n" : " parameters agree\n");
    }
-   return "plugin " + p.plugin + "\n" + table.render(options.colour);
+   std::string out = "plugin " + p.plugin + "\n";
+   if (table.rows() != 0) out += table.render(options.colour);
+   return out + sets;
 }
 
 } // namespace
+
+std::string shownValue(const std::string & value, const std::string & defaultVal) {
+   if (!value.empty()) return value;
+   return defaultVal.empty() ? "-" : "unset (default " + defaultVal + ")";
+}
 
 std::string statusText(Status status, const std::string & localName, const std::string & peerName) {
    switch (status) {
@@ -54,12 +76,13 @@ std::string statusText(Status status, const std::string & localName, const std::
    return "only on " + peerName;
 }
 
-std::string report(const nlohmann::json & result, const ReportOptions & options) {
+std::string report(const nlohmann::json & result, const ReportOptions & options,
+                   const std::vector< CatalogEntry > & catalog) {
    const nlohmann::json & first = result.at("switches").at(0);
    const nlohmann::json & second = result.at("switches").at(1);
    const std::string firstName = first.at("name"), secondName = second.at("name");
 
-   std::vector< PluginRows > rows = resultRows(first);
+   std::vector< PluginRows > rows = resultRows(first, catalog);
    std::string out;
    for (const PluginRows & p : rows) {
       if (!out.empty()) out += '\n';

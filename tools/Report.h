@@ -1,10 +1,13 @@
 // The people's view of a pair's result JSON: per plugin one table of the
 // first switch's results (its values in the first value column, its peer's in
-// the second, the columns headed by the switch names), then a summary line.
+// the second, the columns headed by the switch names; an empty value shows
+// its default when one is known), the plugin's collections one line per
+// collection and scope, then a summary line.
 // hasMismatch looks at both switches' results and decides the exit status.
 //
 //   nlohmann::json result = pair.resultJson();
-//   std::cout << report(result, {.mismatchesOnly = false, .colour = isatty(1)});
+//   std::cout << report(result, {.mismatchesOnly = false, .colour = isatty(1)},
+//                       catalog(scenario));
 //   return hasMismatch(result) ? 1 : 0;
 //
 // Stateless functions over the JSON.
@@ -18,14 +21,21 @@
 namespace MlagTool {
 
 struct ReportOptions {
-   bool mismatchesOnly = false; // leave out the rows that agree
+   bool mismatchesOnly = false; // leave out the rows (and set lines) that agree
    bool colour = false;         // red for differ, yellow for only on one switch
+   bool summary = false;        // collection members only as their set lines
 };
+
+// An empty value: "unset (default 1500)" when a default is known, else "-".
+std::string shownValue(const std::string & value, const std::string & defaultVal);
 
 // "agree", "differ", "only on <name>"
 std::string statusText(Status status, const std::string & localName, const std::string & peerName);
 
-std::string report(const nlohmann::json & result, const ReportOptions & options);
+// `catalog` explains the parameter names (collection members, scopes); the
+// set lines need it.
+std::string report(const nlohmann::json & result, const ReportOptions & options,
+                   const std::vector< CatalogEntry > & catalog = {});
 
 bool hasMismatch(const nlohmann::json & result);
 

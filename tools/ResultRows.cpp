@@ -20,22 +20,26 @@ std::string text(const nlohmann::json & entry, const char * member) {
 
 Status compareValues(const std::string & local, const std::string & peer,
                      const std::string & defaultVal) {
-   const std::string & l = local.empty() ? defaultVal : local;
-   const std::string & p = peer.empty() ? defaultVal : peer;
+   const std::string & l = effective(local, defaultVal);
+   const std::string & p = effective(peer, defaultVal);
    if (l == p) return Status::agree;
    if (l.empty()) return Status::onlyPeer;
    if (p.empty()) return Status::onlyLocal;
    return Status::differ;
 }
 
-std::vector< PluginRows > resultRows(const nlohmann::json & switchResult) {
+std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
+                                     const std::vector< CatalogEntry > & catalog) {
    std::vector< PluginRows > out;
    for (const auto & [plugin, tables] : switchResult.at("plugins").items()) {
+      const ParamNameReader names(catalog, plugin);
       PluginRows p{plugin, {}};
       for (const auto & [param, entry] : tables.at("global").items()) {
          std::string local = text(entry, "local"), peer = text(entry, "peer");
          Status status = compareValues(local, peer, "");
-         p.rows.push_back({param, "", std::move(local), std::move(peer), status});
+         ParamName name = names.read(param, text(entry, "groupId"), false);
+         p.rows.push_back({param, "", std::move(local), std::move(peer), status, "", false,
+                           std::move(name)});
       }
       std::sort(p.rows.begin(), p.rows.end(),
                 [](const Row & a, const Row & b) { return a.parameter < b.parameter; });
@@ -44,10 +48,13 @@ std::vector< PluginRows > resultRows(const nlohmann::json & switchResult) {
       for (const auto & [param, entries] : tables.at("interface").items()) {
          for (const auto & [key, entry] : entries.items()) {
             std::string intf = key;
-            if (intf.starts_with(provisionalPrefix)) intf.erase(0, provisionalPrefix.size());
+            const bool provisional = intf.starts_with(provisionalPrefix);
+            if (provisional) intf.erase(0, provisionalPrefix.size());
             std::string local = text(entry, "local"), peer = text(entry, "peer");
-            Status status = compareValues(local, peer, text(entry, "default"));
-            p.rows.push_back({param, std::move(intf), std::move(local), std::move(peer), status});
+            std::string defaultVal = text(entry, "default");
+            Status status = compareValues(local, peer, defaultVal);
+            p.rows.push_back({param, std::move(intf), std::move(local), std::move(peer), status,
+                              std::move(defaultVal), provisional, names.read(param, "", true)});
          }
       }
       // Stable: a provisional entry next to a real one for the same interface

@@ -14,6 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "Catalog.h"
+#include "ParamName.h"
+
 namespace MlagTool {
 
 // onlyLocal: only the switch whose results these are has a value;
@@ -32,7 +35,15 @@ struct Row {
    std::string local;
    std::string peer;
    Status status;
+   std::string defaultVal;   // the entry's recorded default; global entries have none
+   bool provisional = false; // the peer value waits under "Peer" + interface
+   ParamName name;           // what the parameter name is made of
 };
+
+// The value as the rule reads it: an empty value stands for the default.
+inline const std::string & effective(const std::string & value, const std::string & defaultVal) {
+   return value.empty() ? defaultVal : value;
+}
 
 struct PluginRows {
    std::string plugin;
@@ -41,8 +52,10 @@ struct PluginRows {
 
 // `switchResult` is one member of the result JSON's "switches". A provisional
 // entry ("Peer" + interface name) becomes a row for that interface with no
-// local value. Plugins come in byte order of name.
-std::vector< PluginRows > resultRows(const nlohmann::json & switchResult);
+// local value. Plugins come in byte order of name. The catalog explains the
+// parameter names; without it every name is its own display name.
+std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
+                                     const std::vector< CatalogEntry > & catalog = {});
 
 struct Counts {
    std::size_t agree = 0;

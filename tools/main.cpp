@@ -4,6 +4,8 @@
 //   mlag-config-check                        # the shipped examples/default.json
 //   mlag-config-check --mismatches my.json
 //   mlag-config-check --json my.json | jq .
+//   mlag-config-check --report json my.json     # verdicts with reasons
+//   mlag-config-check catalog my.json           # what each plugin checks
 //
 // Exit status: 0 all parameters agree, 1 at least one mismatch, 2 usage error
 // or bad input.
@@ -15,6 +17,9 @@
 #include <string>
 #include <unistd.h>
 
+#include "Catalog.h"
+#include "Changes.h"
+#include "Comparison.h"
 #include "Pair.h"
 #include "Report.h"
 #include "Scenario.h"
@@ -29,10 +34,18 @@ constexpr int exitUsage = 2;
 struct Options {
    std::string scenario;
    bool json = false;
+   std::string reportFormat = "table";
    bool mismatches = false;
+   bool summary = false;
    bool eachStep = false;
+   bool changes = false;
    int trace = -1;
    std::string ringlog;
+};
+
+struct CatalogOptions {
+   std::string scenario;
+   bool json = false;
 };
 
 // Next to a build tree's tools/ directory first, so a moved source tree still
@@ -49,31 +62,55 @@ std::string defaultScenario() {
 
 bool colourWanted() { return std::getenv("NO_COLOR") == nullptr && isatty(STDOUT_FILENO) == 1; }
 
+std::string scenarioPath(const std::string & given) {
+   return given.empty() ? defaultScenario() : given;
+}
+
 int run(const Options & o) {
-   MlagSim::Scenario scenario =
-      MlagSim::loadScenario(o.scenario.empty() ? defaultScenario() : o.scenario);
+   MlagSim::Scenario scenario = MlagSim::loadScenario(scenarioPath(o.scenario));
+   const std::vector< MlagTool::CatalogEntry > catalog = MlagTool::catalog(scenario);
    MlagSim::Pair pair(scenario);
-   MlagTool::ReportOptions reportOptions{o.mismatches, colourWanted()};
+   const MlagTool::ReportOptions reportOptions{o.mismatches, colourWanted(), o.summary};
+   auto table = [&](const nlohmann::json & result) {
+      return MlagTool::report(result, reportOptions, catalog);
+   };
 
    pair.start();
-   if (o.eachStep) {
-      std::cout << "== after start ==\n" << MlagTool::report(pair.resultJson(), reportOptions);
-   }
+   nlohmann::json result = pair.resultJson();
+   if (o.eachStep || o.changes) std::cout << "== after start ==\n" << table(result);
    for (std::size_t i = 0; i < pair.stepCount(); ++i) {
       pair.applyStep(i);
-      if (o.eachStep) {
-         std::cout << "\n== " << scenario.steps[i].describe() << " ==\n"
-                   << MlagTool::report(pair.resultJson(), reportOptions);
+      nlohmann::json next = pair.resultJson();
+      if (o.eachStep || o.changes) std::cout << "\n== " << scenario.steps[i].describe() << " ==\n";
+      if (o.eachStep) std::cout << table(next);
+      if (o.changes) {
+         std::cout << MlagTool::changesTable(
+            MlagTool::changes(MlagTool::comparedValues(result, catalog),
+                              MlagTool::comparedValues(next, catalog)),
+            MlagTool::switchNames(next), reportOptions.colour);
       }
+      result = std::move(next);
    }
 
-   nlohmann::json result = pair.resultJson();
    if (o.json) {
       std::cout << result.dump(2) << '\n';
-   } else if (!o.eachStep) {
-      std::cout << MlagTool::report(result, reportOptions);
+   } else if (o.reportFormat == "json") {
+      std::cout << MlagTool::reportJson(result, catalog).dump(2) << '\n';
+   } else if (!o.eachStep && !o.changes) {
+      std::cout << table(result);
    }
    return MlagTool::hasMismatch(result) ? 1 : 0;
+}
+
+int runCatalog(const CatalogOptions & o) {
+   const MlagSim::Scenario scenario = MlagSim::loadScenario(scenarioPath(o.scenario));
+   const std::vector< MlagTool::CatalogEntry > entries = MlagTool::catalog(scenario);
+   if (o.json) {
+      std::cout << MlagTool::catalogJson(entries).dump(2) << '\n';
+   } else {
+      std::cout << MlagTool::catalogTable(entries);
+   }
+   return 0;
 }
 
 // A failure to write the ring log changes the exit status to 2 only when the
@@ -101,16 +138,43 @@ int main(int argc, char ** argv) {
       ->type_name("");
    CLI::Option * json =
       app.add_flag("--json", o.json, "Print the result JSON of both switches and nothing else");
+   CLI::Option * reportFormat =
+      app.add_option("--report", o.reportFormat,
+                     "table (default): tables for people; json: every compared value with its "
+                     "verdict and reason, and nothing else")
+         ->option_text("FORMAT")
+         ->check(CLI::IsMember({"table", "json"}))
+         ->excludes(json);
    app.add_flag("--mismatches", o.mismatches, "Show only the rows that do not agree")
       ->excludes(json);
-   app.add_flag("--each-step", o.eachStep, "Show the tables after the start and after every step")
+   app.add_flag("--summary", o.summary,
+                "Show each collection as one line per scope instead of one row per member")
       ->excludes(json);
+   CLI::Option * eachStep =
+      app.add_flag("--each-step", o.eachStep, "Show the tables after the start and after every step")
+         ->excludes(json);
+   CLI::Option * changes =
+      app.add_flag("--changes", o.changes,
+                   "After every step, show only the rows that the step changed (new, changed, "
+                   "cleared)")
+         ->excludes(json)
+         ->excludes(eachStep);
+   // The JSON report is the whole output, like --json.
+   reportFormat->excludes(eachStep)->excludes(changes);
    app.add_option("--trace", o.trace,
                   "Write the checker's trace lines up to LEVEL (0-9) to standard error")
       ->option_text("LEVEL")
       ->check(CLI::Range(0, 9));
    app.add_option("--ringlog", o.ringlog, "At exit, write the decoded trace ring buffer to FILE")
       ->option_text("FILE");
+
+   CatalogOptions c;
+   CLI::App * catalog = app.add_subcommand(
+      "catalog", "List every parameter each plugin checks, from the scenario's descriptors");
+   catalog->add_option("SCENARIO", c.scenario,
+                       "Scenario file (JSON); default: the shipped examples/default.json")
+      ->type_name("");
+   catalog->add_flag("--json", c.json, "Print the catalog as JSON");
    app.set_version_flag("--version", MLAG_VERSION);
 
    try {
@@ -123,7 +187,7 @@ int main(int argc, char ** argv) {
    if (o.trace >= 0) Kiv::Trace::handle("MlagConfigCheck").levelsUpToIs(o.trace);
    int status = exitUsage;
    try {
-      status = run(o);
+      status = catalog->parsed() ? runCatalog(c) : run(o);
    } catch (const std::exception & e) {
       // A ScenarioError's text already names the file and the location.
       std::cout.flush();

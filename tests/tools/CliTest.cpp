@@ -83,8 +83,90 @@ TEST_F(CliTest, TableOfTheFirstSwitchAndMismatchStatus) {
              "20 allowed vlan       -               -       active  only on B\n"
              "LACP system priority  -               100     100     agree\n"
              "lacp mode mlag10      Port-Channel10  -       active  only on B\n"
+             "collections\n"
+             "  allowed vlan: 1 agree; only on B: 20\n"
              "\n"
              "4 parameters: 2 agree, 0 differ, 2 only on one switch\n");
+
+   // --summary: the members only as their set line.
+   ToolRun s = run("--summary --mismatches " + file("small.json", smallScenario).string());
+   EXPECT_EQ(s.status, 1);
+   EXPECT_EQ(s.out,
+             "plugin lacp\n"
+             "parameter         interface       A  B       status\n"
+             "----------------  --------------  -  ------  ---------\n"
+             "lacp mode mlag10  Port-Channel10  -  active  only on B\n"
+             "collections\n"
+             "  allowed vlan: 1 agree; only on B: 20\n"
+             "\n"
+             "4 parameters: 2 agree, 0 differ, 2 only on one switch\n");
+}
+
+TEST_F(CliTest, ReportJsonGivesEveryComparedValueAVerdictAndAReason) {
+   const fs::path scenario = file("small.json", smallScenario);
+   ToolRun r = run("--report json " + scenario.string());
+   EXPECT_EQ(r.status, 1); // the same exit status as the tables
+   EXPECT_EQ(r.err, "");
+   const nlohmann::json report = nlohmann::json::parse(r.out);
+   EXPECT_FALSE(report["consistent"].get< bool >());
+   ASSERT_EQ(report["rows"].size(), 4u);
+   const nlohmann::json & member = report["rows"][1];
+   EXPECT_EQ(member["parameter"], "20 allowed vlan");
+   EXPECT_EQ(member["name"], "allowed vlan");
+   EXPECT_EQ(member["member"], "20");
+   EXPECT_EQ(member["scope"], "global");
+   EXPECT_EQ(member["verdict"], "onlyOnSecond");
+   EXPECT_EQ(member["reason"], "only B has a value (active); A has none and no default is known");
+   const nlohmann::json & mode = report["rows"][3];
+   EXPECT_EQ(mode["scope"], "mlagId");
+   EXPECT_EQ(mode["mlagId"], "10");
+   EXPECT_EQ(mode["interface"], "Port-Channel10");
+   EXPECT_EQ(report["sets"][0]["onlyOnSecond"], nlohmann::json{"20"});
+
+   EXPECT_EQ(run("--report json --json " + scenario.string()).status, 2);
+   EXPECT_EQ(run("--report xml " + scenario.string()).status, 2);
+   EXPECT_EQ(run("--report json --changes " + scenario.string()).status, 2);
+}
+
+TEST_F(CliTest, ChangesShowOnlyWhatEachStepMoved) {
+   ToolRun r = run("--changes " + file("small.json", smallScenario).string());
+   EXPECT_EQ(r.status, 1);
+   const std::string afterStep = r.out.substr(r.out.find("== A: set lacp systemPriority"));
+   EXPECT_EQ(afterStep,
+             "== A: set lacp systemPriority = 100 ==\n"
+             "change   plugin  parameter             interface  A    B    status  seen by\n"
+             "-------  ------  --------------------  ---------  ---  ---  ------  -------\n"
+             "changed  lacp    LACP system priority  -          100  100  agree   A, B\n");
+   EXPECT_EQ(r.out.rfind("== after start ==\n", 0), 0u);
+}
+
+TEST_F(CliTest, CatalogListsWhatEachPluginChecks) {
+   const fs::path scenario = file("small.json", smallScenario);
+   ToolRun r = run("catalog " + scenario.string());
+   EXPECT_EQ(r.status, 0);
+   EXPECT_EQ(r.out,
+             "plugin  parameter             attribute       kind        model       scope    "
+             "default  value overrides\n"
+             "------  --------------------  --------------  ----------  ----------  -------  "
+             "-------  ---------------\n"
+             "lacp    LACP system priority  systemPriority  value       -           global   -    "
+             "    -\n"
+             "lacp    allowed vlan          vlan            collection  -           global   -    "
+             "    -\n"
+             "lacp    lacp mode             mode            value       intfConfig  MLAG id  -    "
+             "    -\n");
+   ToolRun j = run("catalog --json " + scenario.string());
+   EXPECT_EQ(j.status, 0);
+   EXPECT_EQ(nlohmann::json::parse(j.out)["plugins"]["lacp"].size(), 3u);
+
+   // Without a scenario: the shipped default.
+   ToolRun d = run("catalog");
+   EXPECT_EQ(d.status, 0);
+   EXPECT_NE(d.out.find("reload delay"), std::string::npos);
+
+   ToolRun bad = run("catalog " + file("bad.json", "{").string());
+   EXPECT_EQ(bad.status, 2);
+   EXPECT_NE(bad.err.find("bad.json"), std::string::npos);
 }
 
 TEST_F(CliTest, EachStepShowsTheTablesAfterStartAndEveryStep) {

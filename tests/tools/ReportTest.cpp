@@ -29,11 +29,11 @@ nlohmann::json pairResult() {
 TEST(ReportTest, FirstSwitchTableWithNamedColumnsAndSummary) {
    EXPECT_EQ(MlagTool::report(pairResult(), {}),
              "plugin mlag\n"
-             "parameter   interface       left           right          status\n"
-             "----------  --------------  -------------  -------------  -------------\n"
-             "domain id   -               -              pod1           only on right\n"
-             "peer link   -               Port-Channel1  Port-Channel1  agree\n"
-             "mtu mlag10  Port-Channel10  9000           -              differ\n"
+             "parameter   interface       left           right                 status\n"
+             "----------  --------------  -------------  --------------------  -------------\n"
+             "domain id   -               -              pod1                  only on right\n"
+             "peer link   -               Port-Channel1  Port-Channel1         agree\n"
+             "mtu mlag10  Port-Channel10  9000           unset (default 1500)  differ\n"
              "\n"
              "3 parameters: 1 agree, 1 differ, 1 only on one switch\n");
 }

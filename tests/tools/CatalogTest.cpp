@@ -1,0 +1,118 @@
+#include "Catalog.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+#include "ParamName.h"
+
+namespace {
+
+using MlagTool::CatalogEntry;
+using MlagTool::Scope;
+
+// Nested collections keyed by interfaces, by groups, by both and by nothing
+// yet, one of them filled by a step only, and one nested two deep.
+MlagSim::Scenario scenario() {
+   return MlagSim::parseScenario(R"({
+     "plugins": {
+       "vlan": {
+         "attrName": {"mode": "vlan mode", "hidden": ""},
+         "collectionName": {"allowed": "allowed vlan", "plain": "vlan"},
+         "defaultVal": {"mode": "access"},
+         "nestedConfigCheckDesc": {
+           "intfConfig": {"mlagInterfacesOnly": true, "absenceImpliesDefaultVal": true,
+                          "attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "1500"},
+                          "valueStrOverride": {"true": "on", "false": "off"}},
+           "vlanConfig": {"attrName": {"name": "name"},
+                          "nestedConfigCheckDesc": {"member": {"attrName": {"state": "state"}}}},
+           "mixed": {"attrName": {"x": "x"}},
+           "unused": {"attrName": {"y": "y"}}}}},
+     "switches": [
+       {"name": "A", "config": {"vlan": {
+          "vlanConfig": {"vlan10": {"name": "a", "member": {"Ethernet1": {"state": "up"}}}},
+          "mixed": {"Ethernet1": {"x": 1}}}}},
+       {"name": "B", "config": {"vlan": {"mixed": {"g1": {"x": 1}}}}}],
+     "steps": [{"switch": "A", "plugin": "vlan", "path": ["intfConfig", "Port-Channel10"],
+                "set": {"mtu": 9000}}]
+   })",
+                                 "catalog.json");
+}
+
+TEST(CatalogTest, EveryCheckedParameterWithScopeDefaultAndOverrides) {
+   const std::vector< CatalogEntry > entries = MlagTool::catalog(scenario());
+   std::vector< std::string > seen;
+   for (const CatalogEntry & e : entries) {
+      seen.push_back(e.name + " | " + e.attribute + " | " + (e.collection ? "c" : "v") + " | " +
+                     e.model + " | " + e.scope + " | " + e.defaultVal);
+   }
+   EXPECT_EQ(seen, (std::vector< std::string >{
+                      "vlan mode | mode | v |  | global | access",
+                      "allowed vlan | allowed | c |  | global | ",
+                      "vlan | plain | c |  | global | ",
+                      "mtu | mtu | v | intfConfig | MLAG id | 1500",
+                      "x | x | v | mixed | interface or group | ",
+                      "y | y | v | unused | interface or group | ",
+                      "name | name | v | vlanConfig | group | ",
+                      "state | state | v | vlanConfig/member | interface | "}));
+   EXPECT_TRUE(entries[3].absenceImpliesDefault);
+   EXPECT_TRUE(entries[3].mlagInterfacesOnly);
+   EXPECT_EQ(entries[3].overrides, (std::map< std::string, std::string >{{"false", "off"},
+                                                                          {"true", "on"}}));
+
+   const nlohmann::json json = MlagTool::catalogJson(entries);
+   ASSERT_EQ(json["plugins"]["vlan"].size(), entries.size());
+   EXPECT_EQ(json["plugins"]["vlan"][3]["valueOverrides"]["true"], "on");
+   EXPECT_EQ(json["plugins"]["vlan"][3]["scope"], "MLAG id");
+
+   const std::string table = MlagTool::catalogTable(entries);
+   EXPECT_NE(table.find("1500 (equal counts as unset)"), std::string::npos);
+   EXPECT_NE(table.find("false -> off, true -> on"), std::string::npos);
+   EXPECT_EQ(MlagTool::catalogTable({}), "no parameters are checked\n");
+}
+
+struct NameCase {
+   const char * parameter;
+   const char * groupId;
+   bool interfaceTable;
+   Scope scope;
+   const char * name;
+   const char * member;
+   const char * group;
+   const char * mlagId;
+};
+
+void PrintTo(const NameCase & c, std::ostream * os) { *os << "'" << c.parameter << "'"; }
+
+class ParamNameTest : public ::testing::TestWithParam< NameCase > {};
+
+TEST_P(ParamNameTest, NamesReadBackIntoTheirParts) {
+   const NameCase & c = GetParam();
+   const MlagTool::ParamNameReader reader(MlagTool::catalog(scenario()), "vlan");
+   const MlagTool::ParamName n = reader.read(c.parameter, c.groupId, c.interfaceTable);
+   EXPECT_EQ(n.scope, c.scope);
+   EXPECT_EQ(n.name, c.name);
+   EXPECT_EQ(n.member, c.member);
+   EXPECT_EQ(n.group, c.group);
+   EXPECT_EQ(n.mlagId, c.mlagId);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+   Names, ParamNameTest,
+   ::testing::Values(
+      NameCase{"vlan mode", "", false, Scope::global, "vlan mode", "", "", ""},
+      // The longest collection name wins: "allowed vlan", not "vlan".
+      NameCase{"30 allowed vlan", "", false, Scope::global, "allowed vlan", "30", "", ""},
+      NameCase{"30 vlan", "", false, Scope::global, "vlan", "30", "", ""},
+      NameCase{"mtu mlag10", "", true, Scope::mlagId, "mtu", "", "", "10"},
+      // Only MLAG-only descriptors append an MLAG id.
+      NameCase{"x mlag10", "", true, Scope::interface, "x mlag10", "", "", ""},
+      NameCase{"x", "", true, Scope::interface, "x", "", "", ""},
+      NameCase{"name vlan10", "vlan10", false, Scope::group, "name", "", "vlan10", ""},
+      NameCase{"unknown vlan10", "vlan10", false, Scope::group, "unknown", "", "vlan10", ""},
+      // A group id the name does not end in is no group suffix.
+      NameCase{"vlan mode", "vlan10", false, Scope::global, "vlan mode", "", "", ""},
+      NameCase{"not known", "", false, Scope::global, "not known", "", "", ""},
+      NameCase{"mtu mlag", "", true, Scope::interface, "mtu mlag", "", "", ""}));
+
+} // namespace

@@ -1,0 +1,160 @@
+#include "Comparison.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+#include "Report.h"
+
+namespace {
+
+using MlagTool::ComparedValue;
+using MlagTool::Row;
+using MlagTool::Status;
+
+struct ReasonCase {
+   const char * local;
+   const char * peer;
+   const char * defaultVal;
+   const char * provisionalIn;
+   const char * verdict;
+   const char * reason;
+};
+
+void PrintTo(const ReasonCase & c, std::ostream * os) {
+   *os << "local '" << c.local << "' peer '" << c.peer << "' default '" << c.defaultVal << "'"
+       << (*c.provisionalIn ? " provisional" : "");
+}
+
+class VerdictReasonTest : public ::testing::TestWithParam< ReasonCase > {};
+
+TEST_P(VerdictReasonTest, VerdictOnEffectiveValuesAndItsReason) {
+   const ReasonCase & c = GetParam();
+   ComparedValue v;
+   v.plugin = "lacp";
+   v.row.parameter = "mtu mlag10";
+   v.row.interface = "Port-Channel10";
+   v.row.local = c.local;
+   v.row.peer = c.peer;
+   v.row.defaultVal = c.defaultVal;
+   v.row.status = MlagTool::compareValues(c.local, c.peer, c.defaultVal);
+   v.provisionalIn = c.provisionalIn;
+   EXPECT_STREQ(MlagTool::verdictText(v.row.status), c.verdict);
+   EXPECT_EQ(MlagTool::reason(v, {"A", "B"}), c.reason);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+   Rules, VerdictReasonTest,
+   ::testing::Values(
+      ReasonCase{"9000", "9000", "", "", "agree", "both have 9000"},
+      ReasonCase{"", "", "1500", "", "agree", "both leave it unset (default 1500)"},
+      ReasonCase{"", "", "", "", "agree", "neither has a value"},
+      ReasonCase{"", "1500", "1500", "", "agree",
+                 "A leaves it unset and its default 1500 is B's value"},
+      ReasonCase{"1500", "", "1500", "", "agree",
+                 "B leaves it unset and its default 1500 is A's value"},
+      ReasonCase{"9000", "1500", "", "", "differ", "A has 9000, B has 1500"},
+      // The default never hides a real difference.
+      ReasonCase{"9000", "1500", "1500", "", "differ", "A has 9000, B has 1500"},
+      ReasonCase{"", "9000", "1500", "", "differ",
+                 "A leaves it unset (default 1500), B has 9000"},
+      ReasonCase{"9000", "", "1500", "", "differ",
+                 "A has 9000, B leaves it unset (default 1500)"},
+      ReasonCase{"9000", "", "", "", "onlyOnFirst",
+                 "only A has a value (9000); B has none and no default is known"},
+      ReasonCase{"", "9000", "", "", "onlyOnSecond",
+                 "only B has a value (9000); A has none and no default is known"},
+      ReasonCase{"", "9000", "", "A", "onlyOnSecond",
+                 "only B has a value (9000); A has none and no default is known; A has no entry "
+                 "of its own for Port-Channel10 (the peer value waits under the provisional key)"}));
+
+nlohmann::json plugin(nlohmann::json global, nlohmann::json interface) {
+   return {{"global", std::move(global)},
+           {"interface", std::move(interface)},
+           {"record", nlohmann::json::object()}};
+}
+
+nlohmann::json entry(const char * local, const char * peer, const char * defaultVal) {
+   return {{"default", defaultVal}, {"local", local}, {"peer", peer}};
+}
+
+// A mirrored pair except for Port-Channel30, an MLAG interface on A only: A
+// has its own entry, B holds A's value under the provisional key; and a
+// domain id entry that B's results hold and A's have lost.
+nlohmann::json pairResult() {
+   nlohmann::json a = plugin(
+      {{"peer link", {{"groupId", ""}, {"local", "Po1"}, {"peer", "Po1"}}}},
+      {{"mtu mlag10", {{"Port-Channel10", entry("9000", "", "1500")}}},
+       {"mtu mlag30", {{"Port-Channel30", entry("9214", "", "1500")}}}});
+   nlohmann::json b = plugin(
+      {{"domain id", {{"groupId", ""}, {"local", "pod1"}, {"peer", ""}}},
+       {"peer link", {{"groupId", ""}, {"local", "Po1"}, {"peer", "Po1"}}}},
+      {{"mtu mlag10", {{"Port-Channel10", entry("", "9000", "1500")}}},
+       {"mtu mlag30", {{"PeerPort-Channel30", entry("", "9214", "")}}}});
+   return {{"switches",
+            {{{"name", "A"}, {"plugins", {{"mlag", a}}}},
+             {{"name", "B"}, {"plugins", {{"mlag", b}}}}}}};
+}
+
+TEST(ComparisonTest, MirroredEntriesMergeOthersStaySeparate) {
+   const std::vector< ComparedValue > values = MlagTool::comparedValues(pairResult(), {});
+   ASSERT_EQ(values.size(), 5u);
+   // Global entries first, by parameter; then interface entries.
+   EXPECT_EQ(values[0].row.parameter, "domain id");
+   EXPECT_EQ(values[0].seenBy, std::vector< std::string >{"B"});
+   EXPECT_EQ(values[0].row.local, ""); // turned to A's orientation
+   EXPECT_EQ(values[0].row.peer, "pod1");
+   EXPECT_EQ(values[0].row.status, Status::onlyPeer);
+
+   EXPECT_EQ(values[1].row.parameter, "peer link");
+   EXPECT_EQ(values[1].seenBy, (std::vector< std::string >{"A", "B"}));
+
+   EXPECT_EQ(values[2].row.parameter, "mtu mlag10");
+   EXPECT_EQ(values[2].seenBy, (std::vector< std::string >{"A", "B"}));
+   EXPECT_EQ(values[2].row.status, Status::differ);
+
+   // The provisional entry has no default, A's own has one: two entries.
+   EXPECT_EQ(values[3].row.interface, "Port-Channel30");
+   EXPECT_EQ(values[3].seenBy, std::vector< std::string >{"A"});
+   EXPECT_EQ(values[3].row.status, Status::differ);
+   EXPECT_EQ(values[4].row.interface, "Port-Channel30");
+   EXPECT_EQ(values[4].seenBy, std::vector< std::string >{"B"});
+   EXPECT_EQ(values[4].provisionalIn, "B");
+   EXPECT_EQ(values[4].row.local, "9214");
+   EXPECT_EQ(values[4].row.status, Status::onlyLocal);
+}
+
+TEST(ComparisonTest, ReportJsonRowsCountsAndConsistencyFollowTheExitRule) {
+   nlohmann::json result = pairResult();
+   nlohmann::json report = MlagTool::reportJson(result, {});
+   EXPECT_EQ(report["switches"], (nlohmann::json{"A", "B"}));
+   EXPECT_EQ(report["counts"], (nlohmann::json{{"agree", 1},
+                                               {"differ", 2},
+                                               {"onlyOnFirst", 1},
+                                               {"onlyOnSecond", 1},
+                                               {"total", 5}}));
+   EXPECT_FALSE(report["consistent"].get< bool >());
+
+   const nlohmann::json & mtu = report["rows"][2];
+   EXPECT_EQ(mtu["scope"], "interface");
+   EXPECT_EQ(mtu["first"], (nlohmann::json{{"switch", "A"}, {"raw", "9000"}, {"effective", "9000"}}));
+   EXPECT_EQ(mtu["second"], (nlohmann::json{{"switch", "B"}, {"raw", ""}, {"effective", "1500"}}));
+   EXPECT_EQ(mtu["verdict"], "differ");
+   EXPECT_EQ(mtu["reason"], "A has 9000, B leaves it unset (default 1500)");
+   EXPECT_EQ(report["rows"][4]["provisional"], true);
+
+   // Consistency is the exit rule, whichever switch's results disagree.
+   nlohmann::json & a = result["switches"][0]["plugins"]["mlag"];
+   nlohmann::json & b = result["switches"][1]["plugins"]["mlag"];
+   b["global"].erase("domain id");
+   a["interface"].erase("mtu mlag30");
+   b["interface"].erase("mtu mlag30");
+   a["interface"]["mtu mlag10"]["Port-Channel10"]["peer"] = "9000";
+   EXPECT_FALSE(MlagTool::reportJson(result, {})["consistent"].get< bool >());
+   EXPECT_TRUE(MlagTool::hasMismatch(result));
+   b["interface"]["mtu mlag10"]["Port-Channel10"]["local"] = "9000";
+   EXPECT_TRUE(MlagTool::reportJson(result, {})["consistent"].get< bool >());
+   EXPECT_FALSE(MlagTool::hasMismatch(result));
+}
+
+} // namespace
