@@ -162,8 +162,8 @@ std::string reason(const ComparedValue & value, const SwitchNames & names) {
    return out;
 }
 
-nlohmann::json reportJson(const nlohmann::json & result,
-                          const std::vector< CatalogEntry > & catalog) {
+nlohmann::json reportJson(const nlohmann::json & result, const std::vector< CatalogEntry > & catalog,
+                          bool mismatchesOnly) {
    const SwitchNames names = switchNames(result);
    const std::vector< ComparedValue > values = comparedValues(result, catalog);
    Json rows = Json::array(), sets = Json::array();
@@ -171,11 +171,13 @@ nlohmann::json reportJson(const nlohmann::json & result,
    std::vector< Row > pluginRows;
    for (std::size_t i = 0; i < values.size(); ++i) {
       const ComparedValue & v = values[i];
-      rows.push_back(rowJson(v, names));
+      if (!mismatchesOnly || v.row.status != Status::agree) rows.push_back(rowJson(v, names));
       counts[verdictText(v.row.status)] = counts[verdictText(v.row.status)].get< int >() + 1;
       pluginRows.push_back(v.row);
       if (i + 1 == values.size() || values[i + 1].plugin != v.plugin) {
-         for (const SetSummary & s : setSummaries(pluginRows)) sets.push_back(setJson(v.plugin, s));
+         for (const SetSummary & s : setSummaries(pluginRows)) {
+            if (!mismatchesOnly || s.hasMismatch()) sets.push_back(setJson(v.plugin, s));
+         }
          pluginRows.clear();
       }
    }

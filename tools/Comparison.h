@@ -46,7 +46,9 @@ const char * verdictText(Status status);
 std::string reason(const ComparedValue & value, const SwitchNames & names);
 
 // {"consistent", "counts", "rows", "sets", "switches"}; documented in
-// docs/report.md.
-nlohmann::json reportJson(const nlohmann::json & result, const std::vector< CatalogEntry > & catalog);
+// docs/report.md. `mismatchesOnly` leaves out the rows and sets that agree;
+// the counts always cover every row.
+nlohmann::json reportJson(const nlohmann::json & result, const std::vector< CatalogEntry > & catalog,
+                          bool mismatchesOnly = false);
 
 } // namespace MlagTool

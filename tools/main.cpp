@@ -95,7 +95,7 @@ int run(const Options & o) {
    if (o.json) {
       std::cout << result.dump(2) << '\n';
    } else if (o.reportFormat == "json") {
-      std::cout << MlagTool::reportJson(result, catalog).dump(2) << '\n';
+      std::cout << MlagTool::reportJson(result, catalog, o.mismatches).dump(2) << '\n';
    } else if (!o.eachStep && !o.changes) {
       std::cout << table(result);
    }

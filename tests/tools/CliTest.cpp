@@ -123,6 +123,12 @@ TEST_F(CliTest, ReportJsonGivesEveryComparedValueAVerdictAndAReason) {
    EXPECT_EQ(mode["interface"], "Port-Channel10");
    EXPECT_EQ(report["sets"][0]["onlyOnSecond"], nlohmann::json{"20"});
 
+   // --mismatches keeps the rows that do not agree; the counts stay whole.
+   const nlohmann::json mismatches =
+      nlohmann::json::parse(run("--report json --mismatches " + scenario.string()).out);
+   EXPECT_EQ(mismatches["rows"].size(), 2u);
+   EXPECT_EQ(mismatches["counts"], report["counts"]);
+
    EXPECT_EQ(run("--report json --json " + scenario.string()).status, 2);
    EXPECT_EQ(run("--report xml " + scenario.string()).status, 2);
    EXPECT_EQ(run("--report json --changes " + scenario.string()).status, 2);
