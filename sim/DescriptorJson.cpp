@@ -45,7 +45,8 @@ std::vector< std::pair< std::string, AttrShape > > declaredAttributes(
    for (const auto & [map, shape] : maps) {
       auto it = descriptor->find(map);
       if (it == descriptor->end() || !it->is_object()) continue;
-      for (const auto & [attr, unused] : it->items()) {
+      for (const auto & member : it->items()) {
+         const std::string & attr = member.key();
          const bool seen =
             std::any_of(out.begin(), out.end(), [&](const auto & d) { return d.first == attr; });
          if (!seen) out.emplace_back(attr, shape);
