@@ -280,6 +280,13 @@ void P2pToStatehubSm::handleDelete() {
    }
 }
 
+// A nested record goes with everything beneath it: what its nested machines
+// wrote leaves the results too, as a fresh start would never have written it.
+void P2pToStatehubSm::handleDeleteWithNested() {
+   handleDelete();
+   for (auto & it : nested_) it.value()->handleDeleteWithNested();
+}
+
 // Every key is handled alike, whatever its parameter name: an empty one, or
 // one naming another machine (the enqueuing machine's name travels there),
 // changes nothing, because the key's `name` alone says which nested
@@ -304,7 +311,7 @@ void P2pToStatehubSm::processSmCodefKey(const SmCodefKey & key) {
          return;
       }
       MLAG_TRACE(7, "Handle peer nested global config remove ", name);
-      sm->handleDelete();
+      sm->handleDeleteWithNested();
       p2pToStatehubSmDel(name);
       return;
    }

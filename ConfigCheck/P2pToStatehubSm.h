@@ -106,6 +106,8 @@ class P2pToStatehubSm : public ConfigCheckSmBase {
    void kivDoZombieReactors(bool zombie) override;
 
  private:
+   // handleDelete here and in every nested machine beneath.
+   void handleDeleteWithNested();
    void insertPeerValue(const Porta::IntfId & intfId, const Kiv::String & paramName,
                         const Kiv::String & peerVal);
 

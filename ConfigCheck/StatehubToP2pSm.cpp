@@ -376,6 +376,11 @@ void StatehubToP2pSm::processSmCodefKey(const SmCodefKey & key) {
       MLAG_TRACE(8, "statehubToP2pSm for ", name, " already deleted");
       return;
    }
+   // The element goes with everything beneath it: what its own nested
+   // machines published leaves the results too, as a fresh start would
+   // never have written it.
+   std::vector< Kiv::String > beneath;
+   statehubToP2pSm(name)->collectNestedNames(beneath);
    statehubToP2pSmDel(name);
    if (intfId) {
       writeConfig_->nestedIntfConfigDel(Kiv::Name(name));
@@ -383,6 +388,20 @@ void StatehubToP2pSm::processSmCodefKey(const SmCodefKey & key) {
    } else {
       writeConfig_->nestedGlobalConfigDel(Kiv::Name(name));
       handleLocalGroupDelete(configCheck_, name);
+   }
+   for (const Kiv::String & nested : beneath) {
+      if (getIntfId(nested)) {
+         handleLocalIntfDelete(configCheck_, nested);
+      } else {
+         handleLocalGroupDelete(configCheck_, nested);
+      }
+   }
+}
+
+void StatehubToP2pSm::collectNestedNames(std::vector< Kiv::String > & names) const {
+   for (auto & it : nested_) {
+      names.push_back(it.key());
+      it.value()->collectNestedNames(names);
    }
 }
 

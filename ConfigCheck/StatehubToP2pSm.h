@@ -14,6 +14,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "ConfigCheckDesc.h"
 #include "ConfigPluginDir.h"
@@ -107,6 +108,8 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
    void kivDoZombieReactors(bool zombie) override;
 
  private:
+   // The names of every nested machine beneath this one, at any depth.
+   void collectNestedNames(std::vector< Kiv::String > & names) const;
    // The value string of one change: unquoted, with the override applied.
    Kiv::String valueString(const Kiv::GenericValue & value) const;
    // Writes one parameter's local value; the last step of every change.

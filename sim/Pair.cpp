@@ -5,6 +5,7 @@
 #include "ConfigBuilder.h"
 #include "DescriptorJson.h"
 #include "RecordMirror.h"
+#include "RecordSync.h"
 #include "ResultJson.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/System.h"
@@ -38,12 +39,15 @@ Pair::Pair(const Scenario & scenario) : steps_(scenario.steps) {
          sw.plugins.push_back(std::move(p));
       }
    }
+   // Links never move once made: a spy's callback holds its link's address.
+   transport_.reserve(2 * switches_[0].plugins.size());
    for (std::size_t k = 0; k < switches_[0].plugins.size(); ++k) {
       for (std::size_t from = 0; from < 2; ++from) {
-         const Plugin & local = switches_[from].plugins[k];
-         const Plugin & peer = switches_[1 - from].plugins[k];
-         copyRecord(*local.localRecord, *peer.peerRecord);
-         transport_.push_back(std::make_unique< RecordMirror >(local.localRecord, peer.peerRecord));
+         Link & link = transport_.emplace_back();
+         link.from = from;
+         link.plugin = k;
+         copyRecord(linkSource(link), linkTarget(link));
+         attach(link);
       }
    }
 }
@@ -56,6 +60,40 @@ Pair::~Pair() {
    transport_.clear();
 }
 
+GenericConfig & Pair::linkSource(const Link & link) {
+   return *switches_[link.from].plugins[link.plugin].localRecord;
+}
+
+GenericConfig & Pair::linkTarget(const Link & link) {
+   return *switches_[1 - link.from].plugins[link.plugin].peerRecord;
+}
+
+// REQUIRES: the link's target holds a copy of its source.
+void Pair::attach(Link & link) {
+   const Kiv::Ptr< GenericConfig > & source = switches_[link.from].plugins[link.plugin].localRecord;
+   if (transportDelay_ == 0) {
+      link.mirror = std::make_unique< RecordMirror >(
+         source, switches_[1 - link.from].plugins[link.plugin].peerRecord);
+   } else {
+      link.spy = std::make_unique< RecordSpy >(source, [&link] { link.pending = true; });
+   }
+}
+
+void Pair::transportDelayIs(std::uint64_t firings) {
+   if (started_) throw std::logic_error("the transport changes only before the start");
+   transportDelay_ = firings;
+   for (Link & link : transport_) {
+      link.mirror.reset();
+      link.spy.reset();
+      attach(link);
+   }
+}
+
+void Pair::createMachine(Switch & sw, Plugin & p) {
+   p.container->configCheckSmIs(p.dir, p.name, p.config, p.localRecord, p.peerRecord, p.desc,
+                                sw.mlag);
+}
+
 void Pair::start() {
    if (started_) throw std::logic_error("the pair has already started");
    started_ = true;
@@ -63,11 +101,56 @@ void Pair::start() {
    for (Switch & sw : switches_) {
       for (Plugin & p : sw.plugins) {
          p.container = Mlag::ConfigCheck::smContainerFactory(Kiv::Name(p.name));
-         p.container->configCheckSmIs(p.dir, p.name, p.config, p.localRecord, p.peerRecord, p.desc,
-                                      sw.mlag);
+         createMachine(sw, p);
       }
    }
-   runUntilQuiet();
+   settle();
+}
+
+void Pair::settle() {
+   constexpr std::uint64_t maxFirings = 10'000'000;
+   Kiv::ActivityManager * manager = Kiv::activityManager();
+   std::uint64_t fired = 0;
+   for (;;) {
+      fired += manager->runUntilIdle(transportDelay_ == 0 ? maxFirings : transportDelay_);
+      bool delivered = false;
+      for (Link & link : transport_) {
+         if (!link.pending) continue;
+         link.pending = false;
+         syncRecord(linkSource(link), linkTarget(link));
+         delivered = true;
+      }
+      if (!delivered && manager->armedCount() == 0) return;
+      if (fired >= maxFirings) {
+         throw std::runtime_error("the pair did not go quiet after " + std::to_string(maxFirings) +
+                                  " firings");
+      }
+   }
+}
+
+void Pair::peerRestart(std::size_t sw) {
+   for (Link & link : transport_) {
+      if (1 - link.from != sw) continue;
+      // A mirror's nested watchers point at the copies that are about to go.
+      link.mirror.reset();
+      wipeRecord(linkTarget(link));
+   }
+   settle();
+   for (Link & link : transport_) {
+      if (1 - link.from != sw) continue;
+      syncRecord(linkSource(link), linkTarget(link));
+      if (!link.mirror && !link.spy) attach(link);
+   }
+   settle();
+}
+
+void Pair::machineRestart(std::size_t sw) {
+   if (!started_) throw std::logic_error("machines restart only after the start");
+   Switch & restarting = switches_.at(sw);
+   for (Plugin & p : restarting.plugins) p.container->configCheckSmDel();
+   settle();
+   for (Plugin & p : restarting.plugins) createMachine(restarting, p);
+   settle();
 }
 
 void Pair::applyStep(std::size_t index) {
@@ -84,7 +167,7 @@ void Pair::applyStep(std::size_t index) {
       sw.mlag->intfConfigIs(Porta::IntfId(Kiv::String(step.mlagInterface)),
                             Mlag::IntfConfig(step.value.get< std::string >()));
    }
-   runUntilQuiet();
+   settle();
 }
 
 void Pair::applyConfigStep(const Step & step, Plugin & plugin) {

@@ -33,6 +33,8 @@
 namespace MlagSim {
 
 class RecordMirror;
+class RecordSpy;
+using MlagP2p::ConfigCheck::GenericConfig;
 
 class Pair {
  public:
@@ -53,6 +55,22 @@ class Pair {
 
    // Both switches' results directories and local records.
    nlohmann::json resultJson() const;
+
+   // Faults, for soak runs; each leaves the pair quiet.
+   //
+   // From now on the transport holds changes back: the run loop fires up to
+   // `firings` reactors, then every record changed since the last delivery
+   // is brought up to date on the peer, in one batch; 0 is the synchronous
+   // transport. REQUIRES: not yet started.
+   void transportDelayIs(std::uint64_t firings);
+   // Switch `sw`'s peer records are wiped (their peer sides see everything
+   // go) and, once that has run, published again from the other switch.
+   void peerRestart(std::size_t sw);
+   // Switch `sw`'s top-level machines are destroyed and, once the other
+   // switch has run on, created again. REQUIRES: started.
+   void machineRestart(std::size_t sw);
+   // Runs until no reactor is armed and nothing is in flight.
+   void settle();
 
    // The objects behind the result; `sw` is 0 or 1, `plugin` a declared
    // plugin (otherwise std::out_of_range).
@@ -82,11 +100,25 @@ class Pair {
       std::vector< Plugin > plugins; // byte order of name
    };
 
+   // One direction of the transport for one plugin: a mirror, or under a
+   // delayed transport a spy that marks the link for the next delivery.
+   struct Link {
+      std::size_t from, plugin;
+      std::unique_ptr< RecordMirror > mirror;
+      std::unique_ptr< RecordSpy > spy;
+      bool pending = false;
+   };
+
    const Plugin & plugin(std::size_t sw, const std::string & name) const;
    void applyConfigStep(const Step & step, Plugin & plugin);
+   void createMachine(Switch & sw, Plugin & p);
+   GenericConfig & linkSource(const Link & link);
+   GenericConfig & linkTarget(const Link & link);
+   void attach(Link & link);
 
    std::array< Switch, 2 > switches_;
-   std::vector< std::unique_ptr< RecordMirror > > transport_;
+   std::vector< Link > transport_;
+   std::uint64_t transportDelay_ = 0;
    std::vector< Step > steps_;
    bool started_ = false;
 };

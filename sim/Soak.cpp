@@ -1,0 +1,320 @@
+#include "Soak.h"
+
+#include <exception>
+#include <functional>
+#include <set>
+
+#include "Pair.h"
+#include "RandomScenario.h"
+#include "Scenario.h"
+#include "kiv/Ptr.h"
+#include "kiv/System.h"
+#include "porta/IntfId.h"
+
+namespace MlagSim {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// The first place where two JSON values differ, as a JSON pointer with both
+// values, or nothing.
+std::optional< std::string > firstDifference(const Json & a, const Json & b,
+                                             const std::string & at) {
+   if (a == b) return std::nullopt;
+   if (a.is_object() && b.is_object()) {
+      for (const auto & item : a.items()) {
+         if (!b.contains(item.key())) return at + "/" + item.key() + ": only in the first";
+         if (auto d = firstDifference(item.value(), b[item.key()], at + "/" + item.key())) return d;
+      }
+      for (const auto & item : b.items()) {
+         if (!a.contains(item.key())) return at + "/" + item.key() + ": only in the second";
+      }
+   }
+   return at + ": " + a.dump() + " vs " + b.dump();
+}
+
+// A nested configuration of an MLAG-only collection whose interface has left
+// the MLAG configuration keeps its machine on the change path (with an empty
+// MLAG id; its recopy removes its own entries), and with it everything its
+// own nested machines published, while a fresh start never creates it. Such
+// an orphan's record and its descendants' entries are left out of the
+// comparison of local sides, and only they.
+struct Orphans {
+   std::vector< Json::json_pointer > records;       // record nodes to drop
+   std::set< std::string > descendantKeys;          // interface and group names beneath
+};
+
+bool isMlagInterface(const Json & mlag, const std::string & key) {
+   auto it = mlag.find(key);
+   return it != mlag.end() && !it->get< std::string >().empty();
+}
+
+void collectDescendants(const Json & entity, const Json & descriptor, std::set< std::string > & keys) {
+   auto nested = descriptor.find("nestedConfigCheckDesc");
+   if (nested == descriptor.end()) return;
+   for (const auto & [attr, inner] : nested->items()) {
+      auto members = entity.find(attr);
+      if (members == entity.end() || !members->is_object()) continue;
+      for (const auto & [key, member] : members->items()) {
+         keys.insert(key);
+         collectDescendants(member, inner, keys);
+      }
+   }
+}
+
+void collectOrphans(const Json & entity, const Json & descriptor, const Json & mlag,
+                    const Json::json_pointer & record, Orphans & out) {
+   auto nested = descriptor.find("nestedConfigCheckDesc");
+   if (nested == descriptor.end()) return;
+   for (const auto & [attr, inner] : nested->items()) {
+      auto members = entity.find(attr);
+      if (members == entity.end() || !members->is_object()) continue;
+      const bool mlagOnly = inner.value("mlagInterfacesOnly", false);
+      for (const auto & [key, member] : members->items()) {
+         const bool interface = Porta::IntfId::isValidName(key);
+         const Json::json_pointer here =
+            record / (interface ? "nestedIntfConfig" : "nestedGlobalConfig") / key;
+         if (mlagOnly && interface && !isMlagInterface(mlag, key)) {
+            out.records.push_back(here);
+            collectDescendants(member, inner, out.descendantKeys);
+         } else {
+            collectOrphans(member, inner, mlag, here, out);
+         }
+      }
+   }
+}
+
+Orphans orphansOf(const Json & scenario, std::size_t sw, const std::string & plugin) {
+   const Json & spec = scenario["switches"][sw];
+   Orphans orphans;
+   collectOrphans(spec["config"].value(plugin, Json::object()), scenario["plugins"][plugin],
+                  spec.value("mlag", Json::object()), Json::json_pointer(), orphans);
+   return orphans;
+}
+
+// What a switch's own side wrote: its local record and the local value of
+// every entry that has one, orphans aside.
+Json localView(const Json & result, const Json & scenario) {
+   Json out = Json::object();
+   for (std::size_t i = 0; i < 2; ++i) {
+      const Json & sw = result["switches"][i];
+      for (const auto & [plugin, tables] : sw["plugins"].items()) {
+         const Orphans orphans = orphansOf(scenario, i, plugin);
+         Json & view = out[sw["name"].get< std::string >()][plugin];
+         Json record = tables["record"];
+         for (const Json::json_pointer & node : orphans.records) {
+            if (record.contains(node)) record[node.parent_pointer()].erase(node.back());
+         }
+         view["record"] = record;
+         view["global"] = Json::object();
+         view["interface"] = Json::object();
+         for (const auto & [param, entry] : tables["global"].items()) {
+            if (orphans.descendantKeys.contains(entry["groupId"].get< std::string >())) continue;
+            if (!entry["local"].get< std::string >().empty()) view["global"][param] = entry["local"];
+         }
+         for (const auto & [param, entries] : tables["interface"].items()) {
+            for (const auto & [key, entry] : entries.items()) {
+               if (orphans.descendantKeys.contains(key)) continue;
+               if (!entry["local"].get< std::string >().empty()) {
+                  view["interface"][param][key] = entry["local"];
+               }
+            }
+         }
+      }
+   }
+   return out;
+}
+
+// Both results directories. An orphan's record stays in its switch's local
+// record across a restart of the machines (only the results are emptied),
+// so the peer keeps reading what the orphan and its descendants published:
+// entries filed under those interface or group names are left out, and only
+// they.
+Json resultsView(const Json & result, const Json & scenario) {
+   Json out = Json::object();
+   for (std::size_t i = 0; i < 2; ++i) {
+      const Json & sw = result["switches"][i];
+      for (const auto & [plugin, tables] : sw["plugins"].items()) {
+         Orphans other = orphansOf(scenario, 1 - i, plugin);
+         std::set< std::string > skip = other.descendantKeys;
+         for (const Json::json_pointer & node : other.records) skip.insert(node.back());
+         Json & view = out[sw["name"].get< std::string >()][plugin];
+         view["global"] = Json::object();
+         view["interface"] = Json::object();
+         for (const auto & [param, entry] : tables["global"].items()) {
+            if (!skip.contains(entry["groupId"].get< std::string >())) view["global"][param] = entry;
+         }
+         for (const auto & [param, entries] : tables["interface"].items()) {
+            for (const auto & [key, entry] : entries.items()) {
+               const bool provisional = key.starts_with("Peer");
+               if (!skip.contains(provisional ? key.substr(4) : key)) {
+                  view["interface"][param][key] = entry;
+               }
+            }
+         }
+      }
+   }
+   return out;
+}
+
+struct InvariantFailure {
+   std::string text;
+};
+
+// The results of a pair freshly built from `scenario` without its steps.
+Json freshResult(Json scenario) {
+   scenario.erase("steps");
+   Pair fresh(parseScenario(scenario.dump(), "fresh.json"));
+   fresh.start();
+   return fresh.resultJson();
+}
+
+class Run {
+ public:
+   Run(const SoakOptions & options, const Json & scenario)
+         : options_(options), scenarioJson_(scenario), faults_(options.seed ^ 0x5eedfa17ull) {}
+
+   // The final result JSON; raises InvariantFailure.
+   std::string operator()(std::size_t & stepsRun) {
+      const Scenario scenario = parseScenario(scenarioJson_.dump(), "generated.json");
+      Json model = scenarioJson_;
+      Pair pair(scenario);
+      if (options_.mode == FaultMode::delayedTransport) pair.transportDelayIs(1 + faults_.below(16));
+      pair.start();
+      check(pair, model, "after the start");
+      for (std::size_t i = 0; i < pair.stepCount(); ++i) {
+         pair.applyStep(i);
+         applyStepToSwitches(model, scenarioJson_["steps"][i]);
+         inject(pair);
+         stepsRun = i + 1;
+         check(pair, model, "after step " + std::to_string(i + 1));
+      }
+      // Invariant 4: both top-level machines restarted on what is configured now.
+      const Json fresh = freshResult(model);
+      pair.machineRestart(0);
+      pair.machineRestart(1);
+      if (auto d = resultsDifference(pair.resultJson(), fresh, model)) {
+         throw InvariantFailure{"invariant 4 (a restart gives a fresh pair's results): " + *d};
+      }
+      return pair.resultJson().dump();
+   }
+
+ private:
+   void inject(Pair & pair) {
+      switch (options_.mode) {
+         case FaultMode::peerRestart:
+            if (faults_.chance(1, 3)) pair.peerRestart(faults_.below(2));
+            break;
+         case FaultMode::machineRestart:
+            if (faults_.chance(1, 3)) pair.machineRestart(faults_.below(2));
+            break;
+         default:
+            break;
+      }
+   }
+
+   void check(Pair & pair, const Json & model, const std::string & when) {
+      const Json fresh = freshResult(model);
+      if (auto d = localDifference(pair.resultJson(), fresh, model)) {
+         throw InvariantFailure{when + ": invariant 5 (incremental equals from scratch): " + *d};
+      }
+   }
+
+   const SoakOptions & options_;
+   const Json & scenarioJson_;
+   SeededEntropy faults_;
+};
+
+} // namespace
+
+const std::vector< FaultMode > & allFaultModes() {
+   static const std::vector< FaultMode > modes = {
+      FaultMode::none,     FaultMode::delayedTransport, FaultMode::peerRestart,
+      FaultMode::machineRestart, FaultMode::mlagFlap,   FaultMode::tinyQuantum};
+   return modes;
+}
+
+const char * faultModeName(FaultMode mode) {
+   switch (mode) {
+      case FaultMode::none:
+         return "none";
+      case FaultMode::delayedTransport:
+         return "delayedTransport";
+      case FaultMode::peerRestart:
+         return "peerRestart";
+      case FaultMode::machineRestart:
+         return "machineRestart";
+      case FaultMode::mlagFlap:
+         return "mlagFlap";
+      case FaultMode::tinyQuantum:
+         break;
+   }
+   return "tinyQuantum";
+}
+
+std::optional< FaultMode > faultModeNamed(const std::string & name) {
+   for (FaultMode mode : allFaultModes()) {
+      if (name == faultModeName(mode)) return mode;
+   }
+   return std::nullopt;
+}
+
+std::string replayCommand(const SoakOptions & o) {
+   return "mlag-sim-soak --seed " + std::to_string(o.seed) + " --mode " + faultModeName(o.mode) +
+          " --steps " + std::to_string(o.steps);
+}
+
+std::optional< std::string > localDifference(const nlohmann::json & incremental,
+                                             const nlohmann::json & fresh,
+                                             const nlohmann::json & scenario) {
+   return firstDifference(localView(incremental, scenario), localView(fresh, scenario), "");
+}
+
+std::optional< std::string > resultsDifference(const nlohmann::json & restarted,
+                                               const nlohmann::json & fresh,
+                                               const nlohmann::json & scenario) {
+   return firstDifference(resultsView(restarted, scenario), resultsView(fresh, scenario), "");
+}
+
+SoakOutcome runSeed(const SoakOptions & options) {
+   SoakOutcome outcome;
+   const std::string prefix = "seed " + std::to_string(options.seed) + " mode " +
+                              faultModeName(options.mode) + ": ";
+   const std::string replay = "; replay: " + replayCommand(options);
+   SeededEntropy entropy(options.seed);
+   const Json scenario = randomScenarioJson(
+      entropy, {.steps = options.steps, .mlagFlap = options.mode == FaultMode::mlagFlap});
+   // A clock that jumps on every read: a slice sees its quantum pass after a
+   // few keys and yields.
+   const Kiv::Seconds readStep = options.mode == FaultMode::tinyQuantum ? 0.002 : 0.0;
+   try {
+      Kiv::System::virtualTimeIs(0.0);
+      Kiv::System::timeReadStepIs(readStep);
+      std::size_t stepsRun = 0;
+      const std::string first = Run(options, scenario)(stepsRun);
+      // The first run made the process-wide objects; from here on a run
+      // must give back everything it made.
+      const std::int64_t live = Kiv::LiveCount::total();
+      std::size_t again = 0;
+      const std::string second = Run(options, scenario)(again);
+      outcome.stepsRun = stepsRun;
+      if (Kiv::LiveCount::total() != live) {
+         outcome.failure = prefix + "invariant 2 (no object alive after teardown): " +
+                           std::to_string(Kiv::LiveCount::total() - live) + " left" + replay;
+      } else if (first != second) {
+         outcome.failure = prefix + "invariant 3 (same seed, same result): " +
+                           firstDifference(Json::parse(first), Json::parse(second), "")
+                              .value_or("") +
+                           replay;
+      }
+   } catch (const InvariantFailure & f) {
+      outcome.failure = prefix + f.text + replay;
+   } catch (const std::exception & e) {
+      outcome.failure = prefix + "invariant 1/2 (quiet, nothing raised): " + e.what() + replay;
+   }
+   Kiv::System::timeReadStepIs(0.0);
+   return outcome;
+}
+
+} // namespace MlagSim

@@ -1,0 +1,64 @@
+// Soak runs: a seeded random scenario (RandomScenario.h) through a pair,
+// under one fault mode, with the invariants checked after the start and
+// after every step, once quiet:
+//   1. quiet comes within a bounded number of firings;
+//   2. nothing raises, and after teardown no object of any type is alive;
+//   3. the same seed gives byte-identical result JSON;
+//   4. restarting both top-level machines gives the results directories of a
+//      fresh pair built from the current configurations;
+//   5. incremental equals from scratch: every local record and local column
+//      equals what a fresh pair publishes from the current configurations.
+//
+//   MlagSim::SoakOutcome o = MlagSim::runSeed({.seed = 7, .mode = FaultMode::peerRestart});
+//   if (!o.failure.empty()) std::cerr << o.failure << "\n";   // ends in a replay command
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace MlagSim {
+
+enum class FaultMode {
+   none,
+   delayedTransport, // changes held back and delivered later, in batches
+   peerRestart,      // a switch's peer records wiped and published again
+   machineRestart,   // one switch's top-level machines destroyed and recreated
+   mlagFlap,         // MLAG ids set, changed and removed over and over
+   tinyQuantum,      // a clock that jumps on every read: slices yield all the time
+};
+
+const std::vector< FaultMode > & allFaultModes();
+const char * faultModeName(FaultMode mode);
+std::optional< FaultMode > faultModeNamed(const std::string & name);
+
+struct SoakOptions {
+   std::uint64_t seed = 0;
+   FaultMode mode = FaultMode::none;
+   std::size_t steps = 20;
+};
+
+struct SoakOutcome {
+   std::string failure; // empty when every invariant held
+   std::size_t stepsRun = 0;
+};
+
+SoakOutcome runSeed(const SoakOptions & options);
+
+// "mlag-sim-soak --seed 7 --mode peerRestart --steps 20"
+std::string replayCommand(const SoakOptions & options);
+
+// Invariant 5 on two result JSONs (Pair::resultJson) of `scenario`'s
+// switches as they stand: the first difference in a local record or a local
+// column, or nothing.
+std::optional< std::string > localDifference(const nlohmann::json & incremental,
+                                             const nlohmann::json & fresh,
+                                             const nlohmann::json & scenario);
+// Invariant 4: the first difference between the results directories.
+std::optional< std::string > resultsDifference(const nlohmann::json & restarted,
+                                               const nlohmann::json & fresh,
+                                               const nlohmann::json & scenario);
+
+} // namespace MlagSim
