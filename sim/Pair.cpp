@@ -147,7 +147,13 @@ void Pair::peerRestart(std::size_t sw) {
 void Pair::machineRestart(std::size_t sw) {
    if (!started_) throw std::logic_error("machines restart only after the start");
    Switch & restarting = switches_.at(sw);
-   for (Plugin & p : restarting.plugins) p.container->configCheckSmDel();
+   // The agent's published records go with it, as its results do: the new
+   // machines publish from scratch, and the peer sees the records emptied and
+   // filled again.
+   for (Plugin & p : restarting.plugins) {
+      p.container->configCheckSmDel();
+      wipeRecord(*p.localRecord);
+   }
    settle();
    for (Plugin & p : restarting.plugins) createMachine(restarting, p);
    settle();

@@ -66,8 +66,9 @@ class Pair {
    // Switch `sw`'s peer records are wiped (their peer sides see everything
    // go) and, once that has run, published again from the other switch.
    void peerRestart(std::size_t sw);
-   // Switch `sw`'s top-level machines are destroyed and, once the other
-   // switch has run on, created again. REQUIRES: started.
+   // Switch `sw`'s top-level machines are destroyed, its local records
+   // emptied, and, once the other switch has run on, the machines are
+   // created again: an agent restart. REQUIRES: started.
    void machineRestart(std::size_t sw);
    // Runs until no reactor is armed and nothing is in flight.
    void settle();
