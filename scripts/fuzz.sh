@@ -15,7 +15,7 @@ seconds=${1:-20}
 shift || true
 targets=("$@")
 if ((${#targets[@]} == 0)); then
-   targets=(IntfIdFuzz SmCodefKeyFuzz ScenarioFuzz)
+   targets=(IntfIdFuzz SmCodefKeyFuzz ScenarioFuzz PairFuzz)
 fi
 
 bash scripts/install-deps.sh
@@ -23,7 +23,8 @@ CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWit
    -DMLAG_BUILD_FUZZ=ON -DMLAG_BUILD_TESTS=OFF -DMLAG_WERROR=ON >/dev/null
 cmake --build build-fuzz -j "$(nproc)" --target "${targets[@]}"
 
-declare -A corpus=([IntfIdFuzz]=intfid [SmCodefKeyFuzz]=smcodefkey [ScenarioFuzz]=scenario)
+declare -A corpus=([IntfIdFuzz]=intfid [SmCodefKeyFuzz]=smcodefkey [ScenarioFuzz]=scenario
+   [PairFuzz]=pair)
 for target in "${targets[@]}"; do
    work=build-fuzz/corpus/$target
    findings=build-fuzz/findings/$target

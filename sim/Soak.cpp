@@ -153,7 +153,7 @@ Json freshResult(Json scenario) {
 class Run {
  public:
    Run(const SoakOptions & options, const Json & scenario)
-         : options_(options), scenarioJson_(scenario), faults_(options.seed ^ 0x5eedfa17ull) {}
+         : options_(options), scenarioJson_(scenario), faults_(options.seed) {}
 
    // The final result JSON; raises InvariantFailure.
    std::string operator()(std::size_t & stepsRun) {
@@ -256,43 +256,51 @@ std::optional< std::string > resultsDifference(const nlohmann::json & restarted,
    return firstDifference(resultsView(restarted), resultsView(fresh), "");
 }
 
-SoakOutcome runSeed(const SoakOptions & options) {
-   SoakOutcome outcome;
-   const std::string prefix = "seed " + std::to_string(options.seed) + " mode " +
-                              faultModeName(options.mode) + ": ";
-   const std::string replay = "; replay: " + replayCommand(options);
-   SeededEntropy entropy(options.seed);
-   const Json scenario = randomScenarioJson(
-      entropy, {.steps = options.steps, .mlagFlap = options.mode == FaultMode::mlagFlap});
+std::string checkScenario(const nlohmann::json & scenario, FaultMode mode,
+                          std::uint64_t faultSeed, std::size_t * stepsRun) {
+   const SoakOptions options{faultSeed, mode, 0};
    // A clock that jumps on every read: a slice sees its quantum pass after a
    // few keys and yields.
-   const Kiv::Seconds readStep = options.mode == FaultMode::tinyQuantum ? 0.002 : 0.0;
+   const Kiv::Seconds readStep = mode == FaultMode::tinyQuantum ? 0.002 : 0.0;
+   std::string failure;
    try {
       Kiv::System::virtualTimeIs(0.0);
       Kiv::System::timeReadStepIs(readStep);
-      std::size_t stepsRun = 0;
-      const std::string first = Run(options, scenario)(stepsRun);
+      std::size_t steps = 0;
+      const std::string first = Run(options, scenario)(steps);
+      if (stepsRun) *stepsRun = steps;
       // The first run made the process-wide objects; from here on a run
       // must give back everything it made.
       const std::int64_t live = Kiv::LiveCount::total();
-      std::size_t again = 0;
-      const std::string second = Run(options, scenario)(again);
-      outcome.stepsRun = stepsRun;
+      const std::string second = Run(options, scenario)(steps);
       if (Kiv::LiveCount::total() != live) {
-         outcome.failure = prefix + "invariant 2 (no object alive after teardown): " +
-                           std::to_string(Kiv::LiveCount::total() - live) + " left" + replay;
+         failure = "invariant 2 (no object alive after teardown): " +
+                   std::to_string(Kiv::LiveCount::total() - live) + " left";
       } else if (first != second) {
-         outcome.failure = prefix + "invariant 3 (same seed, same result): " +
-                           firstDifference(Json::parse(first), Json::parse(second), "")
-                              .value_or("") +
-                           replay;
+         failure = "invariant 3 (same seed, same result): " +
+                   firstDifference(Json::parse(first), Json::parse(second), "").value_or("");
       }
    } catch (const InvariantFailure & f) {
-      outcome.failure = prefix + f.text + replay;
+      failure = f.text;
    } catch (const std::exception & e) {
-      outcome.failure = prefix + "invariant 1/2 (quiet, nothing raised): " + e.what() + replay;
+      failure = std::string("invariant 1/2 (quiet, nothing raised): ") + e.what();
    }
    Kiv::System::timeReadStepIs(0.0);
+   return failure;
+}
+
+SoakOutcome runSeed(const SoakOptions & options) {
+   SeededEntropy entropy(options.seed);
+   const Json scenario = randomScenarioJson(
+      entropy, {.steps = options.steps, .mlagFlap = options.mode == FaultMode::mlagFlap});
+   SoakOutcome outcome;
+   const std::string failure =
+      checkScenario(scenario, options.mode, options.seed ^ 0x5eedfa17ull, &outcome.stepsRun);
+   if (!failure.empty()) {
+      outcome.failure = "seed " + std::to_string(options.seed) + " mode " +
+                        faultModeName(options.mode) + ": " + failure +
+                        "; replay: " + replayCommand(options);
+   }
    return outcome;
 }
 

@@ -48,6 +48,12 @@ struct SoakOutcome {
 
 SoakOutcome runSeed(const SoakOptions & options);
 
+// The invariants on one scenario (with steps) under `mode`, the faults drawn
+// from `faultSeed`: the first failure, or empty. `stepsRun` (may be null)
+// receives the number of steps the first run got through.
+std::string checkScenario(const nlohmann::json & scenario, FaultMode mode,
+                          std::uint64_t faultSeed, std::size_t * stepsRun = nullptr);
+
 // "mlag-sim-soak --seed 7 --mode peerRestart --steps 20"
 std::string replayCommand(const SoakOptions & options);
 

@@ -1,0 +1,150 @@
+#include "Soak.h"
+
+#include <gtest/gtest.h>
+
+#include "Entropy.h"
+#include "Pair.h"
+#include "RandomScenario.h"
+#include "Scenario.h"
+
+namespace {
+
+using nlohmann::json;
+
+TEST(SoakTest, EntropyIsDeterministicAndBounded) {
+   MlagSim::SeededEntropy a(7), b(7), c(8);
+   bool differs = false;
+   for (int i = 0; i < 100; ++i) {
+      const std::uint64_t x = a.below(1000);
+      EXPECT_EQ(x, b.below(1000));
+      EXPECT_LT(x, 1000u);
+      differs = differs || x != c.below(1000);
+   }
+   EXPECT_TRUE(differs);
+   EXPECT_EQ(a.below(0), 0u);
+   EXPECT_EQ(a.below(1), 0u);
+
+   // One byte per choice of up to 256, two for more; zeros once used up.
+   const std::uint8_t bytes[] = {5, 1, 2, 9};
+   MlagSim::ByteEntropy e(bytes, sizeof bytes);
+   EXPECT_EQ(e.below(4), 1u);
+   EXPECT_EQ(e.below(1000), (1u * 256 + 2) % 1000);
+   EXPECT_EQ(e.below(256), 9u);
+   EXPECT_EQ(e.below(256), 0u);
+}
+
+TEST(SoakTest, GeneratedScenariosParseAndReplayDeterministically) {
+   for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+      for (bool flap : {false, true}) {
+         MlagSim::SeededEntropy entropy(seed);
+         const json scenario = MlagSim::randomScenarioJson(entropy, {.steps = 25, .mlagFlap = flap});
+         MlagSim::Scenario parsed;
+         ASSERT_NO_THROW(parsed = MlagSim::parseScenario(scenario.dump(), "generated.json"))
+            << "seed " << seed << ": " << scenario.dump();
+         EXPECT_EQ(parsed.steps.size(), 25u);
+         MlagSim::SeededEntropy again(seed);
+         EXPECT_EQ(MlagSim::randomScenarioJson(again, {.steps = 25, .mlagFlap = flap}), scenario);
+      }
+   }
+}
+
+TEST(SoakTest, ApplyingStepsToTheScenarioMatchesThePair) {
+   // The model the invariants compare against moves as the pair does: a
+   // pair built from the moved scenario equals the pair that ran the steps,
+   // on a scenario where the change path and a fresh start agree.
+   const json scenario = json::parse(R"({
+     "plugins": {"p": {"attrName": {"a": "a"}, "collectionName": {"c": "c"},
+                       "nestedConfigCheckDesc": {"n": {"attrName": {"x": "x"}}}}},
+     "switches": [{"name": "A", "config": {"p": {"a": 1, "c": {"1": "u"}, "n": {}}}},
+                  {"name": "B", "config": {"p": {"a": 1}}}],
+     "steps": [{"switch": "A", "plugin": "p", "path": ["a"], "delete": true},
+               {"switch": "A", "plugin": "p", "path": ["c", "1"], "delete": true},
+               {"switch": "A", "plugin": "p", "path": ["c", "2"], "set": "v"},
+               {"switch": "B", "plugin": "p", "path": ["n", "g1"], "set": {"x": 3}},
+               {"switch": "B", "plugin": "p", "path": ["n", "g1", "x"], "set": 4},
+               {"switch": "A", "mlag": "Port-Channel1", "set": "10"}]
+   })");
+   json moved = scenario;
+   for (const json & step : scenario["steps"]) MlagSim::applyStepToSwitches(moved, step);
+   EXPECT_EQ(moved["switches"][0]["config"]["p"], json::parse(R"({"a": null, "c": {"2": "v"}, "n": {}})"));
+   EXPECT_EQ(moved["switches"][0]["mlag"], json::parse(R"({"Port-Channel1": "10"})"));
+   EXPECT_EQ(moved["switches"][1]["config"]["p"]["n"], json::parse(R"({"g1": {"x": 4}})"));
+   EXPECT_EQ(MlagSim::checkScenario(scenario, MlagSim::FaultMode::none, 1), "");
+}
+
+TEST(SoakTest, EveryFaultModeRunsSeedsClean) {
+   for (MlagSim::FaultMode mode : MlagSim::allFaultModes()) {
+      EXPECT_EQ(MlagSim::faultModeNamed(MlagSim::faultModeName(mode)), mode);
+      for (std::uint64_t seed = 1; seed <= 6; ++seed) {
+         const MlagSim::SoakOutcome o = MlagSim::runSeed({seed, mode, 15});
+         EXPECT_EQ(o.failure, "");
+         EXPECT_EQ(o.stepsRun, 15u);
+      }
+   }
+   EXPECT_FALSE(MlagSim::faultModeNamed("sometimes"));
+   EXPECT_EQ(MlagSim::replayCommand({7, MlagSim::FaultMode::peerRestart, 30}),
+             "mlag-sim-soak --seed 7 --mode peerRestart --steps 30");
+}
+
+TEST(SoakTest, TheComparisonsSeeWhatDiffers) {
+   MlagSim::SeededEntropy entropy(3);
+   json scenario = MlagSim::randomScenarioJson(entropy, {.steps = 0});
+   scenario["plugins"]["p0"]["attrName"]["s0"] = "s0";
+   scenario["switches"][0]["config"]["p0"]["s0"] = 1;
+   scenario["switches"][1]["config"]["p0"]["s0"] = 2;
+   MlagSim::Pair pair(MlagSim::parseScenario(scenario.dump(), "t.json"));
+   pair.start();
+   const json result = pair.resultJson();
+   EXPECT_FALSE(MlagSim::localDifference(result, result, scenario));
+   EXPECT_FALSE(MlagSim::resultsDifference(result, result));
+
+   json changedLocal = result;
+   changedLocal["switches"][0]["plugins"]["p0"]["global"]["s0"]["local"] = "9";
+   EXPECT_EQ(MlagSim::localDifference(changedLocal, result, scenario),
+             "/A/p0/global/s0: \"9\" vs \"1\"");
+   json changedRecord = result;
+   changedRecord["switches"][1]["plugins"]["p0"]["record"]["attr"].erase("s0");
+   EXPECT_EQ(MlagSim::localDifference(changedRecord, result, scenario),
+             "/B/p0/record/attr/s0: only in the second");
+   // A peer value is no local column, but it is part of the results.
+   json changedPeer = result;
+   changedPeer["switches"][0]["plugins"]["p0"]["global"]["s0"]["peer"] = "9";
+   EXPECT_FALSE(MlagSim::localDifference(changedPeer, result, scenario));
+   EXPECT_EQ(MlagSim::resultsDifference(changedPeer, result), "/A/p0/global/s0/peer: \"9\" vs \"2\"");
+}
+
+// A nested configuration removed with nested configurations of its own takes
+// their entries with it, on both switches, as a fresh start would.
+TEST(SoakTest, RemovingANestedConfigurationRemovesItsDescendantsEntries) {
+   const json scenario = json::parse(R"({
+     "plugins": {"p": {"nestedConfigCheckDesc": {"vlan": {
+        "attrName": {"name": "name"},
+        "nestedConfigCheckDesc": {"member": {"attrName": {"state": "state"}}}}}}},
+     "switches": [
+       {"name": "A", "config": {"p": {"vlan": {"vlan10": {"name": "a",
+          "member": {"Ethernet1": {"state": "up"}, "group1": {"state": "down"}}}}}}},
+       {"name": "B", "config": {"p": {"vlan": {"vlan10": {"name": "a",
+          "member": {"Ethernet1": {"state": "up"}, "group1": {"state": "down"}}}}}}}],
+     "steps": [{"switch": "B", "plugin": "p", "path": ["vlan", "vlan10"], "delete": true}]
+   })");
+   MlagSim::Pair pair(MlagSim::parseScenario(scenario.dump(), "t.json"));
+   pair.start();
+   json before = pair.resultJson();
+   ASSERT_EQ(before["switches"][1]["plugins"]["p"]["interface"]["state"]["Ethernet1"]["local"], "up");
+   ASSERT_EQ(before["switches"][1]["plugins"]["p"]["global"]["state group1"]["local"], "down");
+   pair.applyStep(0);
+   const json after = pair.resultJson();
+   const json & b = after["switches"][1]["plugins"]["p"];
+   EXPECT_EQ(b["global"], json::parse(R"({
+      "name vlan10": {"groupId": "vlan10", "local": "", "peer": "a"},
+      "state group1": {"groupId": "group1", "local": "", "peer": "down"}})"));
+   // The peer value waits under the provisional key, as after a fresh start.
+   EXPECT_EQ(b["interface"], json::parse(R"({"state": {"PeerEthernet1":
+      {"default": "", "local": "", "peer": "up"}}})"));
+   const json & a = after["switches"][0]["plugins"]["p"];
+   EXPECT_EQ(a["global"]["state group1"]["peer"], "");
+   EXPECT_EQ(a["interface"]["state"]["Ethernet1"]["peer"], "");
+   EXPECT_EQ(MlagSim::checkScenario(scenario, MlagSim::FaultMode::none, 1), "");
+}
+
+} // namespace
