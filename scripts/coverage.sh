@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Builds with coverage (gcc --coverage, -O0), runs the whole test suite and
+# prints line and branch coverage of the checker (ConfigCheck/) and of the
+# framework (framework/). Fails when the checker's line coverage is under
+# 95 % or its branch coverage under 85 %.
+#
+#   bash scripts/coverage.sh              # build-cov
+#   bash scripts/coverage.sh my-build-dir
+#
+# Branch figures leave out the branches the compiler adds for exceptions
+# (--exclude-throw-branches: every call that may throw has one, no test can
+# take them all), the ones it proves unreachable
+# (--exclude-unreachable-branches), and those on trace and assertion lines:
+# each trace statement registers itself once through a function-local
+# static, whose guard branches (another thread initialising it at the same
+# time) no single-threaded test can take. The line figures count every line.
+set -euo pipefail
+
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+dir="${1:-build-cov}"
+cd "$root"
+
+bash scripts/install-deps.sh
+bash scripts/build.sh "$dir" -DMLAG_COVERAGE=ON -DCMAKE_BUILD_TYPE=Debug -DMLAG_WERROR=ON
+find "$dir" -name '*.gcda' -delete
+ctest --test-dir "$dir" --no-tests=error --timeout 600 -j "$(nproc)" >/dev/null
+
+summary() {
+   gcovr --root "$root" --object-directory "$dir" --filter "$root/$1/" \
+      --exclude-throw-branches --exclude-unreachable-branches \
+      --exclude-branches-by-pattern '.*(MLAG_TRACE|KIV_TRACE|KIV_ASSERT).*' --print-summary \
+      --output /dev/null
+}
+
+status=0
+for part in ConfigCheck framework; do
+   out="$(summary "$part")"
+   lines="$(sed -n 's/^lines: \([0-9.]*\)%.*/\1/p' <<<"$out")"
+   branches="$(sed -n 's/^branches: \([0-9.]*\)%.*/\1/p' <<<"$out")"
+   printf '%-12s lines %6s %%   branches %6s %%\n' "$part/" "$lines" "$branches"
+   if [[ $part == ConfigCheck ]]; then
+      if ! awk -v l="$lines" -v b="$branches" 'BEGIN { exit !(l >= 95 && b >= 85) }'; then
+         echo "coverage: ConfigCheck/ is under 95 % of lines or 85 % of branches" >&2
+         status=1
+      fi
+   fi
+done
+exit $status
