@@ -41,8 +41,8 @@ class CliTest : public ::testing::Test {
       return p;
    }
 
-   ToolRun run(const std::string & args) {
-      std::string cmd = "NO_COLOR=1 '" MLAG_CONFIG_CHECK "' " + args + " >'" +
+   ToolRun run(const std::string & args, const char * tool = MLAG_CONFIG_CHECK) {
+      std::string cmd = "NO_COLOR=1 '" + std::string(tool) + "' " + args + " >'" +
                         (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'";
       int raw = std::system(cmd.c_str());
       EXPECT_TRUE(WIFEXITED(raw)) << cmd;
@@ -333,6 +333,25 @@ TEST_F(CliTest, EveryShippedExampleRuns) {
       EXPECT_EQ(r.err, "") << e.path();
    }
    EXPECT_GE(examples, 5);
+}
+
+TEST_F(CliTest, SoakToolRunsSeedsAndWritesAReplayableScenario) {
+   ToolRun r = run("--seeds 2 --mode none --steps 4", MLAG_SIM_SOAK);
+   EXPECT_EQ(r.status, 0);
+   EXPECT_EQ(r.out.rfind("2 seeds x 1 modes, 4 steps each (8 steps run): 0 failures in ", 0), 0u)
+      << r.out;
+
+   const fs::path scenario = dir_ / "seed.json";
+   ToolRun one = run("--seed 5 --mode mlagFlap --steps 6 --write-scenario " + scenario.string(),
+                     MLAG_SIM_SOAK);
+   EXPECT_EQ(one.status, 0);
+   // The written scenario is a scenario file like any other.
+   ToolRun replay = run(scenario.string());
+   EXPECT_NE(replay.status, 2) << replay.err;
+   EXPECT_NE(replay.out.find("parameters:"), std::string::npos);
+
+   EXPECT_EQ(run("--mode sometimes", MLAG_SIM_SOAK).status, 2);
+   EXPECT_EQ(run("--write-scenario x.json", MLAG_SIM_SOAK).status, 2);
 }
 
 } // namespace
