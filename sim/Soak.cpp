@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <functional>
+#include <map>
 #include <set>
 
 #include "Pair.h"
@@ -37,13 +38,25 @@ std::optional< std::string > firstDifference(const Json & a, const Json & b,
 // A nested configuration of an MLAG-only collection whose interface has left
 // the MLAG configuration keeps its machine on the change path (with an empty
 // MLAG id; its recopy removes its own entries), and with it everything its
-// own nested machines published, while a fresh start never creates it. Such
-// an orphan's record and its descendants' entries are left out of the
+// own nested machines published, while a fresh start never creates it. An
+// orphan's machine also skips every change (its parameter names are empty),
+// so when the interface comes back its record still holds what was removed
+// meanwhile: the recopy writes the present values, it removes none. Such an
+// orphan's record, for as long as its configuration exists, and its
+// descendants' entries while it is an orphan, are left out of the
 // comparison of local sides, and only they.
 struct Orphans {
-   std::vector< Json::json_pointer > records;       // record nodes to drop
-   std::set< std::string > descendantKeys;          // interface and group names beneath
+   struct Node {
+      Json::json_pointer record; // in the local record
+      Json::json_pointer config; // in the plugin's configuration
+   };
+   std::vector< Node > nodes;
+   std::set< std::string > descendantKeys; // interface and group names beneath
 };
+
+// Per switch and plugin ("A/p0"), the record nodes of every nested
+// configuration that has been an orphan since it was last created.
+using OrphanHistory = std::map< std::string, std::map< std::string, Json::json_pointer > >;
 
 bool isMlagInterface(const Json & mlag, const std::string & key) {
    auto it = mlag.find(key);
@@ -64,7 +77,8 @@ void collectDescendants(const Json & entity, const Json & descriptor, std::set< 
 }
 
 void collectOrphans(const Json & entity, const Json & descriptor, const Json & mlag,
-                    const Json::json_pointer & record, Orphans & out) {
+                    const Json::json_pointer & record, const Json::json_pointer & config,
+                    Orphans & out) {
    auto nested = descriptor.find("nestedConfigCheckDesc");
    if (nested == descriptor.end()) return;
    for (const auto & [attr, inner] : nested->items()) {
@@ -76,10 +90,10 @@ void collectOrphans(const Json & entity, const Json & descriptor, const Json & m
          const Json::json_pointer here =
             record / (interface ? "nestedIntfConfig" : "nestedGlobalConfig") / key;
          if (mlagOnly && interface && !isMlagInterface(mlag, key)) {
-            out.records.push_back(here);
+            out.nodes.push_back({here, config / attr / key});
             collectDescendants(member, inner, out.descendantKeys);
          } else {
-            collectOrphans(member, inner, mlag, here, out);
+            collectOrphans(member, inner, mlag, here, config / attr / key, out);
          }
       }
    }
@@ -89,21 +103,46 @@ Orphans orphansOf(const Json & scenario, std::size_t sw, const std::string & plu
    const Json & spec = scenario["switches"][sw];
    Orphans orphans;
    collectOrphans(spec["config"].value(plugin, Json::object()), scenario["plugins"][plugin],
-                  spec.value("mlag", Json::object()), Json::json_pointer(), orphans);
+                  spec.value("mlag", Json::object()), Json::json_pointer(), Json::json_pointer(),
+                  orphans);
    return orphans;
+}
+
+std::string historyKey(const Json & scenario, std::size_t sw, const std::string & plugin) {
+   return scenario["switches"][sw]["name"].get< std::string >() + "/" + plugin;
+}
+
+// Adds the present orphans and forgets those whose configuration is gone (its
+// removal takes the record node with it).
+void recordOrphans(const Json & scenario, OrphanHistory & history) {
+   for (std::size_t sw = 0; sw < 2; ++sw) {
+      for (const auto & item : scenario["plugins"].items()) {
+         auto & nodes = history[historyKey(scenario, sw, item.key())];
+         for (const Orphans::Node & node : orphansOf(scenario, sw, item.key()).nodes) {
+            nodes.emplace(node.record.to_string(), node.config);
+         }
+         const Json & config = scenario["switches"][sw]["config"].value(item.key(), Json::object());
+         std::erase_if(nodes, [&](const auto & n) { return !config.contains(n.second); });
+      }
+   }
 }
 
 // What a switch's own side wrote: its local record and the local value of
 // every entry that has one, orphans aside.
-Json localView(const Json & result, const Json & scenario) {
+Json localView(const Json & result, const Json & scenario, const OrphanHistory & history) {
    Json out = Json::object();
    for (std::size_t i = 0; i < 2; ++i) {
       const Json & sw = result["switches"][i];
       for (const auto & [plugin, tables] : sw["plugins"].items()) {
          const Orphans orphans = orphansOf(scenario, i, plugin);
+         std::vector< Json::json_pointer > dropped;
+         for (const Orphans::Node & node : orphans.nodes) dropped.push_back(node.record);
+         if (auto h = history.find(historyKey(scenario, i, plugin)); h != history.end()) {
+            for (const auto & [record, config] : h->second) dropped.emplace_back(record);
+         }
          Json & view = out[sw["name"].get< std::string >()][plugin];
          Json record = tables["record"];
-         for (const Json::json_pointer & node : orphans.records) {
+         for (const Json::json_pointer & node : dropped) {
             if (record.contains(node)) record[node.parent_pointer()].erase(node.back());
          }
          view["record"] = record;
@@ -126,13 +165,29 @@ Json localView(const Json & result, const Json & scenario) {
    return out;
 }
 
+bool holdsValue(const Json & entry) {
+   return !entry["local"].get< std::string >().empty() || !entry["peer"].get< std::string >().empty();
+}
+
+// Both results directories. An entry that holds no value on either side is
+// no entry: a local insert files an empty value, a peer removal drops an
+// entry it leaves empty, and which of the two ran last is history, not
+// configuration.
 Json resultsView(const Json & result) {
    Json out = Json::object();
    for (const Json & sw : result["switches"]) {
       for (const auto & [plugin, tables] : sw["plugins"].items()) {
          Json & view = out[sw["name"].get< std::string >()][plugin];
-         view["global"] = tables["global"];
-         view["interface"] = tables["interface"];
+         view["global"] = Json::object();
+         view["interface"] = Json::object();
+         for (const auto & [param, entry] : tables["global"].items()) {
+            if (holdsValue(entry)) view["global"][param] = entry;
+         }
+         for (const auto & [param, entries] : tables["interface"].items()) {
+            for (const auto & [key, entry] : entries.items()) {
+               if (holdsValue(entry)) view["interface"][param][key] = entry;
+            }
+         }
       }
    }
    return out;
@@ -162,11 +217,13 @@ class Run {
       Pair pair(scenario);
       if (options_.mode == FaultMode::delayedTransport) pair.transportDelayIs(1 + faults_.below(16));
       pair.start();
+      recordOrphans(model, orphanHistory_);
       check(pair, model, "after the start");
       for (std::size_t i = 0; i < pair.stepCount(); ++i) {
          pair.applyStep(i);
          applyStepToSwitches(model, scenarioJson_["steps"][i]);
          inject(pair);
+         recordOrphans(model, orphanHistory_);
          stepsRun = i + 1;
          check(pair, model, "after step " + std::to_string(i + 1));
       }
@@ -196,7 +253,8 @@ class Run {
 
    void check(Pair & pair, const Json & model, const std::string & when) {
       const Json fresh = freshResult(model);
-      if (auto d = localDifference(pair.resultJson(), fresh, model)) {
+      if (auto d = firstDifference(localView(pair.resultJson(), model, orphanHistory_),
+                                   localView(fresh, model, orphanHistory_), "")) {
          throw InvariantFailure{when + ": invariant 5 (incremental equals from scratch): " + *d};
       }
    }
@@ -204,6 +262,7 @@ class Run {
    const SoakOptions & options_;
    const Json & scenarioJson_;
    SeededEntropy faults_;
+   OrphanHistory orphanHistory_;
 };
 
 } // namespace
@@ -248,7 +307,7 @@ std::string replayCommand(const SoakOptions & o) {
 std::optional< std::string > localDifference(const nlohmann::json & incremental,
                                              const nlohmann::json & fresh,
                                              const nlohmann::json & scenario) {
-   return firstDifference(localView(incremental, scenario), localView(fresh, scenario), "");
+   return firstDifference(localView(incremental, scenario, {}), localView(fresh, scenario, {}), "");
 }
 
 std::optional< std::string > resultsDifference(const nlohmann::json & restarted,
