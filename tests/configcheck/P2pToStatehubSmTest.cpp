@@ -231,6 +231,59 @@ TEST_F(PeerSideTest, ChangedReCreationIsRefusedInParameterOrder) {
    EXPECT_EQ(existing->peerConfig(), po10());
 }
 
+TEST_F(PeerSideTest, InitializationNeedsADescriptorAndANamedRecord) {
+   Traces traces;
+   record->paramNameIs("");
+   start();
+   EXPECT_TRUE(traces.contains("Cannot initialize peerSM 'Peer' paramName is NULL")) << traces.all();
+   EXPECT_FALSE(peer->initialized());
+   EXPECT_EQ(dir->configGlobalDiffSize(), 0u);
+
+   // A nested configuration this side's descriptor does not describe has
+   // nothing to compare with: its machine stays uninitialized.
+   record->paramNameIs("lacp");
+   peer->handleInitialized();
+   ASSERT_TRUE(peer->initialized());
+   auto unknown = record->nestedGlobalConfigIs(Kiv::Name("g9"));
+   unknown->paramNameIs("nosuchcollection");
+   unknown->attrIs("mtu", "1");
+   runUntilQuiet();
+   ASSERT_TRUE(peer->p2pToStatehubSm("g9"));
+   EXPECT_FALSE(peer->p2pToStatehubSm("g9")->initialized());
+   EXPECT_TRUE(traces.contains("Cannot initialize peerSM for 'g9'")) << traces.all();
+   EXPECT_FALSE(globalEntry(dir, "mtu g9"));
+}
+
+TEST_F(PeerSideTest, WatchedRecordAndMlagConfigurationCanBeSwappedAndDropped) {
+   start();
+   runUntilQuiet();
+   EXPECT_EQ(peer->peerConfig(), Kiv::PtrConst< GenericConfig >(record));
+   auto other = Kiv::kivNew< GenericConfig >(Kiv::Name("other"));
+   peer->peerConfigIs(other);
+   EXPECT_EQ(peer->peerConfig(), Kiv::PtrConst< GenericConfig >(other));
+   // The old record is no longer heard.
+   record->attrIs("priority", "555");
+   EXPECT_EQ(peerEntry(dir, "priority"), "100");
+   other->attrIs("priority", "556");
+   EXPECT_EQ(peerEntry(dir, "priority"), "556");
+   EXPECT_EQ(peer->peerConfigDel(), Kiv::PtrConst< GenericConfig >(other));
+   EXPECT_FALSE(peer->peerConfig());
+   peer->peerConfigIs(record);
+   peer->peerConfigIs(nullptr);
+   EXPECT_FALSE(peer->peerConfig());
+
+   auto otherMlag = mlagConfig({{"Port-Channel10", "12"}});
+   peer->mlagConfigIs(otherMlag);
+   EXPECT_EQ(peer->mlagConfig(), Kiv::PtrConst< Mlag::Config >(otherMlag));
+   peer->mlagConfigIs(mlag);
+   EXPECT_EQ(peer->mlagConfig(), Kiv::PtrConst< Mlag::Config >(mlag));
+   EXPECT_EQ(peer->mlagConfigDel(), Kiv::PtrConst< Mlag::Config >(mlag));
+   EXPECT_FALSE(peer->mlagConfig());
+   peer->mlagConfigIs(otherMlag);
+   peer->mlagConfigIs(nullptr);
+   EXPECT_FALSE(peer->mlagConfig());
+}
+
 TEST(PeerSideDeathTest, ANameInBothNestedCollectionsIsAFault) {
    Kiv::System::virtualTimeIs(0);
    auto record = Kiv::kivNew< GenericConfig >(Kiv::Name("lacp"));

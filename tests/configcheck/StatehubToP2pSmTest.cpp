@@ -327,6 +327,81 @@ TEST_F(LocalSideTest, CleanupTracesOnceAndTeardownCleansEveryMachine) {
    EXPECT_EQ(localEntry(dir, "priority"), "100");
 }
 
+TEST_F(LocalSideTest, UpdateConfigCheckDbWritesTheLocalTableForOneChange) {
+   start();
+   runUntilQuiet();
+   Traces traces;
+   // Changes made while the machine is deaf reach the table only through
+   // an explicit update.
+   sm->hasNotificationActiveIs(false);
+   config->valueIs("priority", Kiv::Value::integer(7));
+   config->memberIs("vlan", "10", Kiv::Value::string("denied"));
+   po10()->valueIs("mtu", Kiv::Value::integer(1234));
+   sm->hasNotificationActiveIs(true);
+   const Kiv::KivType & type = config->kivType();
+
+   sm->updateConfigCheckDb(Kiv::GenericValue(), record, *type.attr("priority"));
+   EXPECT_EQ(localEntry(dir, "priority"), "7");
+   sm->updateConfigCheckDb(Kiv::GenericValue(Kiv::Value::string("10")), record, *type.attr("vlan"));
+   EXPECT_EQ(localEntry(dir, "10 vlan"), "denied");
+   // A member that is not there reads as no value.
+   sm->updateConfigCheckDb(Kiv::GenericValue(Kiv::Value::string("99")), record, *type.attr("vlan"));
+   EXPECT_EQ(localEntry(dir, "99 vlan"), "");
+   // A nested element is written through its own descriptor and record.
+   sm->updateConfigCheckDb(Kiv::GenericValue(Kiv::Value::string("Port-Channel10")), record,
+                           *type.attr("intfConfig"));
+   EXPECT_EQ(localEntry(dir, "mtu mlag10", "Port-Channel10"), "1234");
+   EXPECT_EQ(nested("Port-Channel10")->attr("mtu"), "1234");
+
+   config->valueIs("unchecked", Kiv::Value::integer(1));
+   sm->updateConfigCheckDb(Kiv::GenericValue(), record, *config->kivType().attr("unchecked"));
+   EXPECT_TRUE(traces.contains("Ignoring interface create for'Local'")) << traces.all();
+   EXPECT_FALSE(globalEntry(dir, "unchecked"));
+}
+
+TEST_F(LocalSideTest, TheMlagConfigurationCanBeSwappedAndDropped) {
+   start();
+   runUntilQuiet();
+   EXPECT_EQ(sm->mlagConfig(), Kiv::PtrConst< Mlag::Config >(mlag));
+   sm->mlagConfigIs(mlag); // the same: nothing changes
+   EXPECT_EQ(sm->mlagConfig(), Kiv::PtrConst< Mlag::Config >(mlag));
+
+   auto other = mlagConfig({{"Port-Channel10", "77"}});
+   sm->mlagConfigIs(other);
+   EXPECT_EQ(sm->mlagConfig(), Kiv::PtrConst< Mlag::Config >(other));
+   // The old configuration is no longer heard.
+   mlag->intfConfigDel(Porta::IntfId("Port-Channel20"));
+   EXPECT_EQ(sm->backlogSize(), 0u);
+
+   EXPECT_EQ(sm->mlagConfigDel(), Kiv::PtrConst< Mlag::Config >(other));
+   EXPECT_FALSE(sm->mlagConfig());
+   EXPECT_FALSE(sm->mlagConfigDel());
+   sm->mlagConfigIs(nullptr);
+   EXPECT_FALSE(sm->mlagConfig());
+}
+
+TEST_F(LocalSideTest, KeysThatCannotMakeAMachineOnlyTrace) {
+   desc->nestedConfigCheckDescIs("vlan"); // a value collection named as nested
+   start();
+   runUntilQuiet();
+   Traces traces;
+   sm->processSmCodefKey(SmCodefKey(Kiv::Name("x"), "unknown"));
+   EXPECT_TRUE(traces.contains("Ignoring changes of type 'unknown' name 'x'")) << traces.all();
+   sm->processSmCodefKey(SmCodefKey(Kiv::Name("x"), ""));
+   EXPECT_TRUE(traces.contains("Ignoring changes of type '' name 'x'")) << traces.all();
+   // A member that is a value, not an entity, makes no machine.
+   sm->processSmCodefKey(SmCodefKey(Kiv::Name("10"), "vlan"));
+   EXPECT_TRUE(traces.contains("'Local' SM failed to create statehubToP2pSm for '10'"))
+      << traces.all();
+   EXPECT_FALSE(sm->statehubToP2pSm("10"));
+   // An interface that is not an MLAG interface gets no MLAG-only machine.
+   config->entityMemberIs("intfConfig", "Port-Channel99");
+   runUntilQuiet();
+   EXPECT_TRUE(traces.contains("Ignoring request for statehubToP2pSm creation for 'Port-Channel99'"))
+      << traces.all();
+   EXPECT_FALSE(sm->statehubToP2pSm("Port-Channel99"));
+}
+
 TEST(GenericHandlerDeathTest, AMissingContextIsAFault) {
    auto config = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name("c"));
    GenericHandler handler(config, nullptr);
