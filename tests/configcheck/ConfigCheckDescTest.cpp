@@ -60,4 +60,27 @@ TEST(ConfigCheckDescTest, NestedDescriptorsAreKeyedByNameAndKept) {
    EXPECT_FALSE(desc->nestedConfigCheckDesc("intfConfig"));
 }
 
+TEST(ConfigCheckDescTest, EveryKindOfChangeReachesNotifieesThatListenOrNot) {
+   auto desc = configCheckDescFactory("lacp");
+   DescLog log;
+   log.notifierIs(desc);
+   // A notifiee that overrides nothing hears every change and ignores it.
+   ConfigCheckDesc::NotifieeConst deaf;
+   deaf.notifierIs(desc);
+   desc->absenceImpliesDefaultValIs(true);
+   desc->collectionNameIs("vlan", "vlan");
+   desc->valueStrOverrideIs("true", "on");
+   desc->valueStrOverrideDelAll();
+   desc->collectionNameDelAll();
+   desc->nestedConfigCheckDescIs("a");
+   desc->nestedConfigCheckDescIs("b");
+   desc->nestedConfigCheckDescNotify("a");
+   desc->nestedConfigCheckDescDelAll();
+   EXPECT_FALSE(desc->nestedConfigCheckDesc("b"));
+   EXPECT_EQ(log.calls, (std::vector< std::string >{"nested a", "nested b", "nested a",
+                                                    "nested a", "nested b"}));
+   EXPECT_FALSE(desc->nestedConfigCheckDescDel("a"));
+   EXPECT_TRUE(desc->absenceImpliesDefaultVal());
+}
+
 } // namespace
