@@ -1,5 +1,7 @@
 #include "MlagConfigCheckSm.h"
 
+#include <functional>
+
 #include "CheckerFixture.h"
 #include "MlagConfigCheckUtil.h"
 #include "kiv/Exception.h"
@@ -123,6 +125,67 @@ TEST_F(TopLevelTest, InstantiatingSettersKeepOrReplace) {
    EXPECT_EQ(container->configCheckSmDel(), top);
    EXPECT_FALSE(container->configCheckSm());
    EXPECT_FALSE(top->hasNotificationActive());
+}
+
+TEST_F(TopLevelTest, AnyOneChangedArgumentReplacesAnyOtherKeeps) {
+   start();
+   auto clock = checkerClock();
+   auto otherClock = Kiv::kivNew< Kiv::Clock >(Kiv::Name("otherClock"));
+   auto otherDir = resultsDir("other");
+   auto otherConfig = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name("other"));
+   auto otherRecord = Kiv::kivNew< GenericConfig >(Kiv::Name("other"));
+   auto otherDesc = configCheckDescFactory("other");
+   auto otherMlag = mlagConfig({});
+   auto configIf = Kiv::genericIf(config);
+   auto otherIf = Kiv::genericIf(otherConfig);
+
+   // The local side: one argument at a time.
+   const std::vector< std::function< Kiv::Ptr< StatehubToP2pSm >() > > localCases = {
+      [&] { return top->statehubToP2pSmIs(otherClock, dir, "Local", configIf, local, desc, mlag); },
+      [&] { return top->statehubToP2pSmIs(clock, otherDir, "Local", configIf, local, desc, mlag); },
+      [&] { return top->statehubToP2pSmIs(clock, dir, "Other", configIf, local, desc, mlag); },
+      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", otherIf, local, desc, mlag); },
+      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", configIf, otherRecord, desc, mlag); },
+      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", configIf, local, otherDesc, mlag); },
+      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", configIf, local, desc, otherMlag); },
+   };
+   for (std::size_t i = 0; i < localCases.size(); ++i) {
+      auto before = top->statehubToP2pSmIs(clock, dir, "Local", configIf, local, desc, mlag);
+      EXPECT_NE(localCases[i](), before) << "local argument " << i + 1;
+      EXPECT_EQ(localCases[i](), top->statehubToP2pSm()) << "local argument " << i + 1;
+   }
+
+   // A machine not named "Peer" is a nested one and needs a parent; the
+   // name alone is not varied here.
+   auto parent = P2pToStatehubSm::P2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, nullptr);
+   const std::vector< std::function< Kiv::Ptr< P2pToStatehubSm >() > > peerCases = {
+      [&] { return top->p2pToStatehubSmIs(otherClock, dir, peerRecord, "Peer", mlag, nullptr); },
+      [&] { return top->p2pToStatehubSmIs(clock, otherDir, peerRecord, "Peer", mlag, nullptr); },
+      [&] { return top->p2pToStatehubSmIs(clock, dir, otherRecord, "Peer", mlag, nullptr); },
+      [&] { return top->p2pToStatehubSmIs(clock, dir, peerRecord, "Peer", otherMlag, nullptr); },
+      [&] { return top->p2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, parent.get()); },
+   };
+   for (std::size_t i = 0; i < peerCases.size(); ++i) {
+      auto before = top->p2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, nullptr);
+      EXPECT_NE(peerCases[i](), before) << "peer argument " << i + 1;
+      EXPECT_EQ(peerCases[i](), top->p2pToStatehubSm()) << "peer argument " << i + 1;
+   }
+
+   const std::vector< std::function< Kiv::Ptr< MlagConfigCheckSm >() > > topCases = {
+      [&] { return container->configCheckSmIs(otherDir, "lacp", config, local, peerRecord, desc, mlag); },
+      [&] { return container->configCheckSmIs(dir, "other", config, local, peerRecord, desc, mlag); },
+      [&] { return container->configCheckSmIs(dir, "lacp", otherConfig, local, peerRecord, desc, mlag); },
+      [&] { return container->configCheckSmIs(dir, "lacp", config, otherRecord, peerRecord, desc, mlag); },
+      [&] { return container->configCheckSmIs(dir, "lacp", config, local, otherRecord, desc, mlag); },
+      [&] { return container->configCheckSmIs(dir, "lacp", config, local, peerRecord, otherDesc, mlag); },
+      [&] { return container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, otherMlag); },
+   };
+   for (std::size_t i = 0; i < topCases.size(); ++i) {
+      auto before = container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, mlag);
+      EXPECT_NE(topCases[i](), before) << "top-level argument " << i + 1;
+      EXPECT_EQ(topCases[i](), container->configCheckSm()) << "top-level argument " << i + 1;
+   }
+   top = container->configCheckSm();
 }
 
 TEST_F(TopLevelTest, NotificationsFollowTheTopLevelDownAndGoOffAtTeardown) {
