@@ -329,6 +329,39 @@ TEST_F(TopLevelTest, ReflectiveCreationUnwrapsTheSevenArguments) {
    EXPECT_EQ(peerEntry(dir, "priority"), "2");
 }
 
+TEST_F(TopLevelTest, ReflectiveArgumentsAreCheckedBeforeAnythingHappens) {
+   start();
+   Kiv::GenericValue result;
+   const struct {
+      Op op;
+      const char * attribute;
+      std::vector< Kiv::GenericValue > args;
+   } bad[] = {
+      {Op::set, "initialized", {}},
+      {Op::call, "handleLocalSmCreation", {Kiv::Value::string("Local")}},
+      {Op::call, "handlePeerSmCreation", {}},
+      {Op::call, "handleInitialized", {Kiv::Value::string("x")}},
+      {Op::instantiate, "statehubToP2pSm", {Kiv::Value::string("too few")}},
+      {Op::instantiate, "p2pToStatehubSm", {Kiv::Value::string("too few")}},
+      // An object of the wrong type where a clock belongs.
+      {Op::instantiate,
+       "p2pToStatehubSm",
+       {Kiv::GenericValue::object(dir), Kiv::GenericValue::object(dir),
+        Kiv::GenericValue::object(peerRecord), Kiv::Value::string("Peer"),
+        Kiv::GenericValue::object(mlag), Kiv::GenericValue()}},
+   };
+   const auto localSide = top->statehubToP2pSm();
+   const auto peerSide = top->p2pToStatehubSm();
+   for (const auto & b : bad) {
+      EXPECT_THROW(top->genericIfOp(b.op, b.attribute, b.args, result), Kiv::TypeException)
+         << b.attribute;
+   }
+   EXPECT_EQ(top->statehubToP2pSm(), localSide);
+   EXPECT_EQ(top->p2pToStatehubSm(), peerSide);
+   EXPECT_TRUE(top->initialized());
+   EXPECT_THROW(MlagConfigCheckSm::kivType().create({Kiv::Value::string("r")}), Kiv::TypeException);
+}
+
 TEST(TypeRegistrationTest, CheckerTypesRegisterInLoadOrder) {
    registerConfigCheckTypes();
    std::vector< std::string > checker;
