@@ -32,6 +32,11 @@ Kiv::Ptr< T > argObject(const GenericArgs & args, std::size_t i) {
    return typed;
 }
 
+[[noreturn]] void unsupportedOp(std::string_view attrName) {
+   throw Kiv::OperationNotSupportedException("operation not supported on attribute " +
+                                             std::string(attrName));
+}
+
 Kiv::String argString(const GenericArgs & args, std::size_t i) {
    return args[i].value().stringValue();
 }
@@ -179,10 +184,6 @@ bool MlagConfigCheckSm::genericIfOp(GenericOp op, std::string_view attrName,
                                     Kiv::GenericValue & result) {
    const Kiv::KivAttr * attr = kivType().attr(attrName);
    if (!attr) return false;
-   auto unsupported = [&]() {
-      throw Kiv::OperationNotSupportedException("operation not supported on attribute " +
-                                                std::string(attrName));
-   };
    const std::uint32_t id = attr->id;
    if (op == GenericOp::get) {
       switch (id) {
@@ -198,7 +199,7 @@ bool MlagConfigCheckSm::genericIfOp(GenericOp op, std::string_view attrName,
       case 8: result = objectValue(statehubToP2pSm_); return true;
       case 9: result = objectValue(p2pToStatehubSm_); return true;
       case 12: result = Kiv::Value::boolean(initialized_); return true;
-      default: unsupported();
+      default: unsupportedOp(attrName);
       }
    }
    if (op == GenericOp::set && id == 12) {
@@ -245,8 +246,7 @@ bool MlagConfigCheckSm::genericIfOp(GenericOp op, std::string_view attrName,
       default: break;
       }
    }
-   unsupported();
-   return false;
+   unsupportedOp(attrName);
 }
 
 const Kiv::KivType & MlagConfigCheckSm::kivType() {

@@ -29,7 +29,7 @@ summary() {
    gcovr --root "$root" --object-directory "$dir" --filter "$root/$1/" \
       --exclude-throw-branches --exclude-unreachable-branches \
       --exclude-branches-by-pattern '.*(MLAG_TRACE|KIV_TRACE|KIV_ASSERT).*' --print-summary \
-      --output /dev/null
+      --output /dev/null "$dir"
 }
 
 status=0

@@ -96,7 +96,9 @@ struct TextWire {
    static void encode(std::string_view text, char *& out) {
       auto length = static_cast< std::uint32_t >(text.size());
       std::memcpy(out, &length, 4);
-      std::memcpy(out + 4, text.data(), text.size());
+      // An empty view may carry a null pointer (a null entity's name), which
+      // memcpy must not see even for no bytes.
+      if (!text.empty()) std::memcpy(out + 4, text.data(), text.size());
       out += 4 + text.size();
    }
 };

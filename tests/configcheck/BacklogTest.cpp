@@ -51,6 +51,21 @@ TEST_F(BacklogTest, ASliceYieldsAtATenthEntryPastTheDeadline) {
    EXPECT_EQ(sm->bookmark(), key(11));
 }
 
+// A yield right after the last entry of the backlog leaves no entry to
+// resume at: the bookmark goes back to the beginning, where the rest waits.
+TEST_F(BacklogTest, AYieldAtTheEndOfTheBacklogResumesAtTheBeginning) {
+   for (int i = 1; i <= 11; ++i) sm->add(key(i));
+   sm->bookmarkIs(key(2));
+   sm->costPerKey = sm->backlogQuantum();
+   EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 10u);
+   EXPECT_EQ(sm->seen.front(), "k2");
+   EXPECT_EQ(sm->seen.back(), "k11");
+   EXPECT_EQ(sm->bookmark(), SmCodefKey());
+   EXPECT_EQ(sm->backlogSize(), 1u);
+   EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 1u);
+   EXPECT_EQ(sm->seen.back(), "k1");
+}
+
 TEST_F(BacklogTest, FewerThanTenEntriesNeverReadTheClock) {
    for (int i = 1; i <= 9; ++i) sm->add(key(i));
    const std::uint64_t reads = Kiv::System::timeReads();

@@ -83,4 +83,29 @@ TEST(ConfigCheckDescTest, EveryKindOfChangeReachesNotifieesThatListenOrNot) {
    EXPECT_TRUE(desc->absenceImpliesDefaultVal());
 }
 
+// Changes that one watcher overrides reach another, which overrides
+// nothing, through its default callbacks; a notify repeats the per-key
+// callbacks without a change.
+TEST(ConfigCheckDescTest, ScalarAttrNameAndDefaultChangesReachEveryNotifiee) {
+   auto desc = configCheckDescFactory("lacp");
+   ConfigCheckDesc::NotifieeConst deaf;
+   deaf.notifierIs(desc);
+   DescLog log;
+   log.notifierIs(desc);
+   desc->mlagInterfacesOnlyIs(true);
+   desc->attrNameIs("mtu", "MTU");
+   desc->attrNameNotify("mtu");
+   EXPECT_EQ(desc->attrName("mtu"), "MTU");
+   desc->attrNameDelAll();
+   desc->defaultValIs("mtu", "1500");
+   desc->defaultValDelAll();
+   EXPECT_EQ(log.calls,
+             (std::vector< std::string >{"mlagInterfacesOnly", "attrName mtu", "attrName immediate",
+                                         "attrName mtu", "attrName immediate", "attrName mtu",
+                                         "attrName immediate", "defaultVal mtu", "defaultVal mtu",
+                                         "defaultVal all"}));
+   EXPECT_EQ(desc->attrNameMap().size(), 0u);
+   EXPECT_TRUE(desc->mlagInterfacesOnly());
+}
+
 } // namespace

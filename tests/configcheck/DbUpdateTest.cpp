@@ -116,4 +116,59 @@ TEST_F(DbUpdateTest, PeerRecordImport) {
    EXPECT_EQ(dir->configGlobalDiffSize(), 2u);
 }
 
+TEST_F(DbUpdateTest, AnUnchangedMlagIdRemovesNothing) {
+   desc->mlagInterfacesOnlyIs(true);
+   desc->attrNameIs("mode", "lacp mode");
+   config->valueIs("mode", Kiv::Value::string("active"));
+   auto mlag = mlagConfig({{"Port-Channel10", "10"}});
+   doInsertPeerIntfParam(dir, "lacp mode mlag10", "Port-Channel10", "passive");
+   Traces traces;
+   publish("Port-Channel10", "10", mlag);
+   EXPECT_FALSE(traces.contains("Removing parameters with mlag"));
+   auto entry = intfEntry(dir, "lacp mode mlag10", "Port-Channel10");
+   ASSERT_TRUE(entry);
+   EXPECT_EQ(entry->localVal(), "active");
+   EXPECT_EQ(entry->peerVal(), "passive");
+}
+
+// Without an entity, or without a record, each routine still does the part
+// it can: the removal after an MLAG change, or the local table alone.
+TEST_F(DbUpdateTest, AMissingEntityOrRecordLeavesOnlyWhatCanBeDone) {
+   desc->mlagInterfacesOnlyIs(true);
+   desc->attrNameIs("mode", "mode");
+   desc->collectionNameIs("vlan", "vlan");
+   config->valueIs("mode", Kiv::Value::string("active"));
+   config->memberIs("vlan", "10", Kiv::Value::string("allowed"));
+   auto mlag = mlagConfig({{"Port-Channel10", "10"}});
+   publish("Port-Channel10", "", mlag);
+   doInsertPeerIntfParam(dir, "mode mlag10", "Port-Channel10", "passive");
+   ASSERT_EQ(intfEntry(dir, "mode mlag10", "Port-Channel10")->localVal(), "active");
+
+   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
+   updateConfigCheckDbUtil(desc, dir, mlag, "10", nullptr, record, "Port-Channel10", false);
+   EXPECT_EQ(intfEntry(dir, "mode mlag10", "Port-Channel10"), nullptr);
+   EXPECT_EQ(intfEntry(dir, "mode mlag10", "PeerPort-Channel10")->peerVal(), "passive");
+   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("mode mlag11")));
+   updateConfigCheckDbPeer(desc, dir, mlag, "10", nullptr, "Port-Channel10");
+   EXPECT_EQ(intfEntry(dir, "mode mlag10", "PeerPort-Channel10"), nullptr);
+
+   // No record to publish into: the local table is written all the same.
+   updateConfigCheckDbUtil(desc, dir, mlag, "", config, nullptr, "Port-Channel10", false);
+   EXPECT_EQ(intfEntry(dir, "mode mlag11", "Port-Channel10")->localVal(), "active");
+   EXPECT_EQ(intfEntry(dir, "10 vlan mlag11", "Port-Channel10")->localVal(), "allowed");
+}
+
+// A descriptor that takes a collection for a scalar, or a scalar for a
+// collection, names nothing that can be read that way: both are skipped.
+TEST_F(DbUpdateTest, AttributesOfTheOtherShapeAreSkipped) {
+   desc->attrNameIs("vlan", "vlan as scalar");
+   desc->collectionNameIs("mode", "mode as collection");
+   config->valueIs("mode", Kiv::Value::string("active"));
+   config->memberIs("vlan", "10", Kiv::Value::string("allowed"));
+   publish("Local");
+   EXPECT_EQ(dir->configGlobalDiffSize(), 0u);
+   EXPECT_EQ(record->attrSize(), 0u);
+   EXPECT_EQ(record->attrCollectionSize(), 0u);
+}
+
 } // namespace

@@ -52,6 +52,7 @@ TEST(NamingTest, StringUnquoteNeedsThreeCharacters) {
    const std::pair< const char *, const char * > cases[] = {
       {"'a'", "a"}, {"'active'", "active"}, {"''", "''"},   {"'a", "'a"},
       {"a'", "a'"}, {"\"a\"", "\"a\""},     {"", ""},       {"'it's'", "it's"},
+      {"'ab", "'ab"}, {"ab'", "ab'"},
    };
    for (auto [in, out] : cases) EXPECT_EQ(stringUnquote(in), out) << in;
 }

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "CheckerFixture.h"
 #include "kiv/Exception.h"
 #include "kiv/Strep.h"
 
 namespace {
+
+constexpr char kivTraceSource[] = "SmCodefKeyTest";
 
 using Mlag::ConfigCheck::SmCodefKey;
 
@@ -106,6 +109,13 @@ TEST(SmCodefKeyTest, ParseFailuresNameWhatFailed) {
          EXPECT_EQ(c.attr, nullptr) << c.text.substr(0, 80) << ": " << e.what();
       }
    }
+}
+
+TEST(SmCodefKeyTest, TracesShowTheStringForm) {
+   CheckerTest::Traces traces;
+   const SmCodefKey k = key("Port-Channel10", "intfConfig");
+   MLAG_TRACE(8, "processing ", k);
+   EXPECT_TRUE(traces.contains("processing " + valueToStrep(k).stdString())) << traces.all();
 }
 
 } // namespace

@@ -149,6 +149,16 @@ TEST_F(TraceTest, LineIsSignatureThenPiecesAndValuesInOrder) {
    EXPECT_EQ(l.function, "void f(Kiv::String)");
 }
 
+TEST_F(TraceTest, ANullEntityShowsAsEmptyQuotesInTextAndRecord) {
+   CaptureSink capture;
+   const Kiv::Ptr< Kiv::Entity > none;
+   KIV_TRACE_FN(trace_, "Src", 8, "void f()", "config = ", none, " end");
+   EXPECT_EQ(capture.texts(), std::vector< std::string >{"void f(): config = '' end"});
+   const std::vector< std::string > records = ringlog().decode();
+   ASSERT_EQ(records.size(), 1u);
+   EXPECT_NE(records[0].find("void f(): config = '' end"), std::string::npos) << records[0];
+}
+
 TEST_F(TraceTest, PrettyFunctionIsTheSignatureText) {
    CaptureSink capture;
    TraceTestFunctions::insertRequest("mtu", 4);
