@@ -15,8 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * data, std::size_t siz
    const std::vector< MlagSim::FaultMode > & modes = MlagSim::allFaultModes();
    const MlagSim::FaultMode mode = modes[data[0] % modes.size()];
    MlagSim::ByteEntropy entropy(data + 1, size - 1);
-   const nlohmann::json scenario = MlagSim::randomScenarioJson(
-      entropy, {.steps = 12, .mlagFlap = mode == MlagSim::FaultMode::mlagFlap});
+   const nlohmann::json scenario =
+      MlagSim::randomScenarioJson(entropy, MlagSim::soakLimits({.mode = mode, .steps = 12}));
    const std::string failure = MlagSim::checkScenario(scenario, mode, size);
    if (!failure.empty()) {
       std::cerr << "mode " << MlagSim::faultModeName(mode) << ": " << failure << "\n"

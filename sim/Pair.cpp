@@ -1,5 +1,6 @@
 #include "Pair.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "ConfigBuilder.h"
@@ -107,12 +108,12 @@ void Pair::start() {
    settle();
 }
 
-void Pair::settle() {
-   constexpr std::uint64_t maxFirings = 10'000'000;
+std::uint64_t Pair::settle() {
    Kiv::ActivityManager * manager = Kiv::activityManager();
    std::uint64_t fired = 0;
    for (;;) {
-      fired += manager->runUntilIdle(transportDelay_ == 0 ? maxFirings : transportDelay_);
+      const std::uint64_t left = firingLimit_ - fired;
+      fired += manager->runUntilIdle(transportDelay_ == 0 ? left : std::min(left, transportDelay_));
       bool delivered = false;
       for (Link & link : transport_) {
          if (!link.pending) continue;
@@ -120,10 +121,10 @@ void Pair::settle() {
          syncRecord(linkSource(link), linkTarget(link));
          delivered = true;
       }
-      if (!delivered && manager->armedCount() == 0) return;
-      if (fired >= maxFirings) {
-         throw std::runtime_error("the pair did not go quiet after " + std::to_string(maxFirings) +
-                                  " firings");
+      if (!delivered && manager->armedCount() == 0) return fired;
+      if (fired >= firingLimit_) {
+         throw std::runtime_error("the pair did not go quiet after " +
+                                  std::to_string(firingLimit_) + " firings");
       }
    }
 }
@@ -251,6 +252,13 @@ const Kiv::Ptr< GenericConfig > & Pair::localRecord(std::size_t sw,
 
 const Kiv::Ptr< GenericConfig > & Pair::peerRecord(std::size_t sw, const std::string & name) const {
    return plugin(sw, name).peerRecord;
+}
+
+const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > &
+Pair::machine(std::size_t sw, const std::string & name) const {
+   static const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > none;
+   const Plugin & p = plugin(sw, name);
+   return p.container ? p.container->configCheckSm() : none;
 }
 
 std::uint64_t runUntilQuiet(std::uint64_t maxFirings) {

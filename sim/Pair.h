@@ -70,8 +70,13 @@ class Pair {
    // emptied, and, once the other switch has run on, the machines are
    // created again: an agent restart. REQUIRES: started.
    void machineRestart(std::size_t sw);
-   // Runs until no reactor is armed and nothing is in flight.
-   void settle();
+   // Runs until no reactor is armed and nothing is in flight; returns the
+   // number of firings. Raises std::runtime_error when that takes more than
+   // the firing limit: a pair that never goes quiet is a defect.
+   std::uint64_t settle();
+   // The most firings one settle may take (start, step or fault); by
+   // default 10'000'000.
+   void firingLimitIs(std::uint64_t firings) { firingLimit_ = firings; }
 
    // The objects behind the result; `sw` is 0 or 1, `plugin` a declared
    // plugin (otherwise std::out_of_range).
@@ -83,6 +88,9 @@ class Pair {
       std::size_t sw, const std::string & plugin) const;
    const Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > & peerRecord(
       std::size_t sw, const std::string & plugin) const;
+   // Null before start() and while a machine restart has it down.
+   const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > & machine(std::size_t sw,
+                                                                  const std::string & plugin) const;
 
  private:
    struct Plugin {
@@ -120,6 +128,7 @@ class Pair {
    std::array< Switch, 2 > switches_;
    std::vector< Link > transport_;
    std::uint64_t transportDelay_ = 0;
+   std::uint64_t firingLimit_ = 10'000'000;
    std::vector< Step > steps_;
    bool started_ = false;
 };

@@ -29,6 +29,19 @@ const std::vector< std::vector< std::string > > nestedKeyGroups = {
    {"Ethernet1", "Ethernet2/1", "group1"},
    {"Ethernet3", "Vlan100", "group2"}};
 
+// The same groups, each grown by a dozen keys of its own kind, for
+// configurations whose nested collections outgrow a backlog slice.
+std::vector< std::vector< std::string > > wideKeyGroups() {
+   std::vector< std::vector< std::string > > groups = nestedKeyGroups;
+   for (int i = 1; i <= 12; ++i) {
+      groups[0].push_back("vlan1" + std::to_string(i));
+      groups[1].push_back("vlan2" + std::to_string(i));
+      groups[2].push_back("Ethernet" + std::to_string(4 + i));
+      groups[3].push_back("Ethernet" + std::to_string(20 + i) + "/1");
+   }
+   return groups;
+}
+
 // Descriptor path ("p0/n0/n1") to the keys of that nested collection.
 using KeyGroups = std::map< std::string, const std::vector< std::string > * >;
 const std::vector< std::string > memberKeys = {"10", "20", "30", "Ethernet1", "x"};
@@ -58,7 +71,8 @@ Json randomValue(Entropy & e) {
 // Display names carry the model's path, so no two parameters of a plugin
 // share one.
 Json randomDescriptor(Entropy & e, const std::string & prefix, const std::string & path, int depth,
-                      bool mlagOnly, KeyGroups & keyGroups) {
+                      bool mlagOnly, const std::vector< std::vector< std::string > > & pool,
+                      KeyGroups & keyGroups) {
    Json d = Json::object();
    if (mlagOnly) d["mlagInterfacesOnly"] = true;
    if (e.chance(1, 3)) d["absenceImpliesDefaultVal"] = true;
@@ -100,10 +114,10 @@ Json randomDescriptor(Entropy & e, const std::string & prefix, const std::string
          // (Ethernet, Vlan) and groups.
          std::size_t group = keyGroups.size() % 2;
          if (!mlagOnlyOf[i] && anyMlagOnly) group += 2;
-         if (!mlagOnlyOf[i] && !anyMlagOnly) group = keyGroups.size() % nestedKeyGroups.size();
-         keyGroups[nestedPath] = &nestedKeyGroups[group];
-         d["nestedConfigCheckDesc"][attr] = randomDescriptor(e, prefix + attr + " ", nestedPath,
-                                                             depth + 1, mlagOnlyOf[i], keyGroups);
+         if (!mlagOnlyOf[i] && !anyMlagOnly) group = keyGroups.size() % pool.size();
+         keyGroups[nestedPath] = &pool[group];
+         d["nestedConfigCheckDesc"][attr] = randomDescriptor(
+            e, prefix + attr + " ", nestedPath, depth + 1, mlagOnlyOf[i], pool, keyGroups);
       }
    }
    return d;
@@ -133,8 +147,10 @@ Json randomEntity(Entropy & e, const Json & d, const std::string & path, const K
    for (const std::string & attr : keysOf(d, "nestedConfigCheckDesc")) {
       Json members = Json::object();
       const std::string nestedPath = path + "/" + attr;
-      for (std::uint64_t n = e.below(4); n > 0; --n) {
-         const std::string & key = e.pick(*keys.at(nestedPath));
+      // Up to as many draws as the collection has keys (repeats are dropped).
+      const std::vector< std::string > & group = *keys.at(nestedPath);
+      for (std::uint64_t n = e.below(group.size() + 1); n > 0; --n) {
+         const std::string & key = e.pick(group);
          if (!used.insert(key).second) continue;
          members[key] = randomEntity(e, d["nestedConfigCheckDesc"][attr], nestedPath, keys, used);
       }
@@ -277,9 +293,12 @@ nlohmann::json randomScenarioJson(Entropy & e, const RandomLimits & limits) {
    scenario["description"] = "generated";
    const std::uint64_t plugins = 1 + e.below(3);
    std::map< std::string, KeyGroups > keyGroups; // per plugin
+   static const std::vector< std::vector< std::string > > wide = wideKeyGroups();
+   const auto & pool = limits.wide ? wide : nestedKeyGroups;
    for (std::uint64_t i = 0; i < plugins; ++i) {
       const std::string name = "p" + std::to_string(i);
-      scenario["plugins"][name] = randomDescriptor(e, name + " ", name, 0, false, keyGroups[name]);
+      scenario["plugins"][name] =
+         randomDescriptor(e, name + " ", name, 0, false, pool, keyGroups[name]);
    }
 
    Json a = {{"name", "A"}, {"mlag", Json::object()}, {"config", Json::object()}};

@@ -26,6 +26,10 @@ struct RandomLimits {
    // One step in four changes an MLAG table; with flapping, three in four,
    // on few interfaces, so ids come and go and change back and forth.
    bool mlagFlap = false;
+   // Nested collections of up to fifteen configurations instead of three:
+   // enough pending work at once for a machine's backlog to take several
+   // slices.
+   bool wide = false;
 };
 
 nlohmann::json randomScenarioJson(Entropy & entropy, const RandomLimits & limits);

@@ -10,6 +10,7 @@
 #include "Scenario.h"
 #include "kiv/Ptr.h"
 #include "kiv/System.h"
+#include "orv/CodefBase.h"
 #include "porta/IntfId.h"
 
 namespace MlagSim {
@@ -193,6 +194,25 @@ Json resultsView(const Json & result) {
    return out;
 }
 
+// The number of values in `j`, containers counted as one each besides their
+// members.
+std::uint64_t valueCount(const Json & j) {
+   std::uint64_t count = 1;
+   if (j.is_structured()) {
+      for (const Json & member : j) count += valueCount(member);
+   }
+   return count;
+}
+
+// How many firings a pair on `scenario`'s switches may take to go quiet
+// after any one change, fault or start: proportional to the size of the
+// configurations, a hundred times what any mode has been seen to need
+// (about a tenth of a firing per value); a pair that needs more is taken to
+// livelock.
+std::uint64_t firingBound(const Json & scenario) {
+   return 100 + 10 * (valueCount(scenario["switches"]) + valueCount(scenario["plugins"]));
+}
+
 struct InvariantFailure {
    std::string text;
 };
@@ -201,6 +221,7 @@ struct InvariantFailure {
 Json freshResult(Json scenario) {
    scenario.erase("steps");
    Pair fresh(parseScenario(scenario.dump(), "fresh.json"));
+   fresh.firingLimitIs(firingBound(scenario));
    fresh.start();
    return fresh.resultJson();
 }
@@ -215,13 +236,15 @@ class Run {
       const Scenario scenario = parseScenario(scenarioJson_.dump(), "generated.json");
       Json model = scenarioJson_;
       Pair pair(scenario);
+      pair.firingLimitIs(firingBound(model));
       if (options_.mode == FaultMode::delayedTransport) pair.transportDelayIs(1 + faults_.below(16));
       pair.start();
       recordOrphans(model, orphanHistory_);
       check(pair, model, "after the start");
       for (std::size_t i = 0; i < pair.stepCount(); ++i) {
-         pair.applyStep(i);
          applyStepToSwitches(model, scenarioJson_["steps"][i]);
+         pair.firingLimitIs(firingBound(model));
+         pair.applyStep(i);
          inject(pair);
          recordOrphans(model, orphanHistory_);
          stepsRun = i + 1;
@@ -299,9 +322,19 @@ std::optional< FaultMode > faultModeNamed(const std::string & name) {
    return std::nullopt;
 }
 
+RandomLimits soakLimits(const SoakOptions & o) {
+   return {.steps = o.steps,
+           .mlagFlap = o.mode == FaultMode::mlagFlap,
+           .wide = o.wide || o.mode == FaultMode::tinyQuantum};
+}
+
+Kiv::Seconds clockReadStep(FaultMode mode) {
+   return mode == FaultMode::tinyQuantum ? 2 * Orv::CodefBase::defaultBacklogQuantum : 0.0;
+}
+
 std::string replayCommand(const SoakOptions & o) {
    return "mlag-sim-soak --seed " + std::to_string(o.seed) + " --mode " + faultModeName(o.mode) +
-          " --steps " + std::to_string(o.steps);
+          " --steps " + std::to_string(o.steps) + (o.wide ? " --wide" : "");
 }
 
 std::optional< std::string > localDifference(const nlohmann::json & incremental,
@@ -318,9 +351,7 @@ std::optional< std::string > resultsDifference(const nlohmann::json & restarted,
 std::string checkScenario(const nlohmann::json & scenario, FaultMode mode,
                           std::uint64_t faultSeed, std::size_t * stepsRun) {
    const SoakOptions options{faultSeed, mode, 0};
-   // A clock that jumps on every read: a slice sees its quantum pass after a
-   // few keys and yields.
-   const Kiv::Seconds readStep = mode == FaultMode::tinyQuantum ? 0.002 : 0.0;
+   const Kiv::Seconds readStep = clockReadStep(mode);
    std::string failure;
    try {
       Kiv::System::virtualTimeIs(0.0);
@@ -350,8 +381,7 @@ std::string checkScenario(const nlohmann::json & scenario, FaultMode mode,
 
 SoakOutcome runSeed(const SoakOptions & options) {
    SeededEntropy entropy(options.seed);
-   const Json scenario = randomScenarioJson(
-      entropy, {.steps = options.steps, .mlagFlap = options.mode == FaultMode::mlagFlap});
+   const Json scenario = randomScenarioJson(entropy, soakLimits(options));
    SoakOutcome outcome;
    const std::string failure =
       checkScenario(scenario, options.mode, options.seed ^ 0x5eedfa17ull, &outcome.stepsRun);

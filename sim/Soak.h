@@ -20,6 +20,9 @@
 #include <string>
 #include <vector>
 
+#include "RandomScenario.h"
+#include "kiv/System.h"
+
 namespace MlagSim {
 
 enum class FaultMode {
@@ -39,6 +42,9 @@ struct SoakOptions {
    std::uint64_t seed = 0;
    FaultMode mode = FaultMode::none;
    std::size_t steps = 20;
+   // Wide nested collections (RandomLimits::wide) under every mode, not
+   // only under tinyQuantum.
+   bool wide = false;
 };
 
 struct SoakOutcome {
@@ -53,6 +59,17 @@ SoakOutcome runSeed(const SoakOptions & options);
 // receives the number of steps the first run got through.
 std::string checkScenario(const nlohmann::json & scenario, FaultMode mode,
                           std::uint64_t faultSeed, std::size_t * stepsRun = nullptr);
+
+// The generator's limits for a run: MLAG ids flap under mlagFlap; nested
+// collections are wide when asked for and under tinyQuantum, so that there
+// is work to slice.
+RandomLimits soakLimits(const SoakOptions & options);
+
+// How far the virtual clock moves on every read under `mode`: under
+// tinyQuantum more than any machine's backlog quantum, so every slice of
+// every machine, nested ones included, ends at its first clock check, as
+// with a zero quantum; 0 otherwise.
+Kiv::Seconds clockReadStep(FaultMode mode);
 
 // "mlag-sim-soak --seed 7 --mode peerRestart --steps 20"
 std::string replayCommand(const SoakOptions & options);

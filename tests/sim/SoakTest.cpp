@@ -2,10 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <utility>
+
 #include "Entropy.h"
+#include "ExampleScenario.h"
 #include "Pair.h"
 #include "RandomScenario.h"
+#include "ResultJson.h"
 #include "Scenario.h"
+#include "kiv/System.h"
 
 namespace {
 
@@ -84,6 +90,8 @@ TEST(SoakTest, EveryFaultModeRunsSeedsClean) {
    EXPECT_FALSE(MlagSim::faultModeNamed("sometimes"));
    EXPECT_EQ(MlagSim::replayCommand({7, MlagSim::FaultMode::peerRestart, 30}),
              "mlag-sim-soak --seed 7 --mode peerRestart --steps 30");
+   EXPECT_EQ(MlagSim::replayCommand({1, MlagSim::FaultMode::none, 5, true}),
+             "mlag-sim-soak --seed 1 --mode none --steps 5 --wide");
 }
 
 TEST(SoakTest, TheComparisonsSeeWhatDiffers) {
@@ -111,6 +119,107 @@ TEST(SoakTest, TheComparisonsSeeWhatDiffers) {
    changedPeer["switches"][0]["plugins"]["p0"]["global"]["s0"]["peer"] = "9";
    EXPECT_FALSE(MlagSim::localDifference(changedPeer, result, scenario));
    EXPECT_EQ(MlagSim::resultsDifference(changedPeer, result), "/A/p0/global/s0/peer: \"9\" vs \"2\"");
+}
+
+TEST(SoakTest, APairThatTakesTooLongToGoQuietFails) {
+   MlagSim::SeededEntropy entropy(4);
+   const json scenario = MlagSim::randomScenarioJson(entropy, {.steps = 0});
+   MlagSim::Pair pair(MlagSim::parseScenario(scenario.dump(), "t.json"));
+   pair.firingLimitIs(1);
+   EXPECT_THROW(pair.start(), std::runtime_error);
+   MlagSim::Pair roomy(MlagSim::parseScenario(scenario.dump(), "t.json"));
+   roomy.start();
+   // Quiet already: nothing fires, and no limit is too small for that.
+   roomy.firingLimitIs(0);
+   EXPECT_EQ(roomy.settle(), 0u);
+}
+
+TEST(SoakTest, UnderATinyQuantumSlicesYield) {
+   // Each machine's clock checks fall past its quantum: a slice ends after
+   // its first few entries, and the rest waits for later slices.
+   std::uint64_t yields = 0;
+   for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+      MlagSim::SeededEntropy entropy(seed);
+      const json scenario = MlagSim::randomScenarioJson(
+         entropy, MlagSim::soakLimits({.mode = MlagSim::FaultMode::tinyQuantum, .steps = 0}));
+      MlagSim::Pair pair(MlagSim::parseScenario(scenario.dump(), "t.json"));
+      Kiv::System::virtualTimeIs(0.0);
+      Kiv::System::timeReadStepIs(MlagSim::clockReadStep(MlagSim::FaultMode::tinyQuantum));
+      pair.start();
+      Kiv::System::timeReadStepIs(0.0);
+      for (std::size_t sw = 0; sw < 2; ++sw) {
+         for (const auto & item : scenario["plugins"].items()) {
+            const auto & sm = pair.machine(sw, item.key());
+            yields += sm->statehubToP2pSm()->yieldBeforeFinishingCount() +
+                      sm->p2pToStatehubSm()->yieldBeforeFinishingCount();
+         }
+      }
+   }
+   EXPECT_GT(yields, 0u);
+   EXPECT_EQ(MlagSim::clockReadStep(MlagSim::FaultMode::none), 0.0);
+}
+
+// Each fault leaves the pair quiet with the results it would have had
+// without it: peer records come back from the other switch, machines and
+// local records from the configurations, held-back changes arrive.
+TEST(SoakTest, FaultsLeaveThePairWithTheResultsItWouldHaveHad) {
+   const MlagSim::Scenario scenario =
+      MlagSim::parseScenario(MlagSimTest::exampleScenario, "example.json");
+   // The example's last step takes A's interface out of the MLAG
+   // configuration: the change path then keeps a peer value that a restart
+   // drops (the orphan rule of Soak.cpp). The first three steps have no such
+   // history.
+   const std::size_t steps = 3;
+   MlagSim::Pair reference(scenario);
+   reference.start();
+   json model = json::parse(MlagSimTest::exampleScenario);
+   for (std::size_t i = 0; i < steps; ++i) {
+      reference.applyStep(i);
+      MlagSim::applyStepToSwitches(model, model["steps"][i]);
+   }
+   const json expected = reference.resultJson();
+
+   using Fault = std::function< void(MlagSim::Pair &) >;
+   const std::pair< const char *, Fault > cases[] = {
+      {"peerRestart A", [](MlagSim::Pair & p) { p.peerRestart(0); }},
+      {"peerRestart B", [](MlagSim::Pair & p) { p.peerRestart(1); }},
+      {"machineRestart A", [](MlagSim::Pair & p) { p.machineRestart(0); }},
+      {"machineRestart B", [](MlagSim::Pair & p) { p.machineRestart(1); }},
+   };
+   for (const auto & [name, fault] : cases) {
+      MlagSim::Pair pair(scenario);
+      pair.start();
+      fault(pair);
+      for (std::size_t i = 0; i < steps; ++i) {
+         pair.applyStep(i);
+         fault(pair);
+      }
+      EXPECT_EQ(MlagSim::resultsDifference(pair.resultJson(), expected), std::nullopt) << name;
+      EXPECT_EQ(MlagSim::localDifference(pair.resultJson(), expected, model), std::nullopt) << name;
+      for (std::size_t sw = 0; sw < 2; ++sw) {
+         EXPECT_EQ(MlagSim::recordJson(*pair.peerRecord(sw, "lacp")),
+                   MlagSim::recordJson(*pair.localRecord(1 - sw, "lacp")))
+            << name;
+      }
+   }
+   for (std::uint64_t delay : {1u, 2u, 7u, 1000u}) {
+      MlagSim::Pair pair(scenario);
+      pair.transportDelayIs(delay);
+      pair.start();
+      for (std::size_t i = 0; i < steps; ++i) pair.applyStep(i);
+      EXPECT_EQ(MlagSim::resultsDifference(pair.resultJson(), expected), std::nullopt) << delay;
+      EXPECT_THROW(pair.transportDelayIs(0), std::logic_error);
+   }
+   MlagSim::Pair idle(scenario);
+   EXPECT_THROW(idle.machineRestart(0), std::logic_error);
+   EXPECT_FALSE(idle.machine(0, "lacp"));
+   idle.start();
+   // A restart makes new machines; the other switch keeps its own.
+   const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > a = idle.machine(0, "lacp");
+   const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > b = idle.machine(1, "lacp");
+   idle.machineRestart(0);
+   EXPECT_NE(idle.machine(0, "lacp"), a);
+   EXPECT_EQ(idle.machine(1, "lacp"), b);
 }
 
 // A nested configuration removed with nested configurations of its own takes

@@ -4,6 +4,7 @@
 //
 //   mlag-sim-soak --seeds 500 --mode all --steps 30
 //   mlag-sim-soak --seed 1234 --mode peerRestart --steps 30
+//   mlag-sim-soak --seeds 200 --wide          # wide nested collections everywhere
 //
 // Exit status: 0 no failure, 1 at least one, 2 usage error.
 #include <CLI/CLI.hpp>
@@ -29,9 +30,12 @@ int main(int argc, char ** argv) {
    app.add_option("--first-seed", firstSeed, "The first seed (default 1)");
    CLI::Option * one = app.add_option("--seed", seed, "Run this one seed only");
    app.add_option("--steps", steps, "Steps per scenario (default 20)");
+   bool wide = false;
+   app.add_flag("--wide", wide, "Wide nested collections under every mode");
    std::string scenarioFile;
    app.add_option("--write-scenario", scenarioFile,
-                  "With --seed: write the seed's scenario to FILE (for mlag-config-check)")
+                  "With --seed: write the seed's scenario (under the first mode) to FILE, for "
+                  "mlag-config-check")
       ->option_text("FILE")
       ->needs(one);
    std::vector< std::string > modeNames = {"all"};
@@ -56,19 +60,16 @@ int main(int argc, char ** argv) {
    }
    if (!scenarioFile.empty()) {
       MlagSim::SeededEntropy entropy(seed);
-      std::ofstream(scenarioFile) << MlagSim::randomScenarioJson(
-                                        entropy, {.steps = steps,
-                                                  .mlagFlap = mode == "mlagFlap"})
-                                        .dump(2)
-                                  << '\n';
+      const MlagSim::FaultMode m = modes.front();
+      const MlagSim::RandomLimits limits = MlagSim::soakLimits({seed, m, steps, wide});
+      std::ofstream(scenarioFile) << MlagSim::randomScenarioJson(entropy, limits).dump(2) << '\n';
    }
 
    const auto start = std::chrono::steady_clock::now();
-   std::uint64_t failures = 0, runs = 0, stepsRun = 0;
+   std::uint64_t failures = 0, stepsRun = 0;
    for (MlagSim::FaultMode m : modes) {
       for (std::uint64_t s = firstSeed; s < firstSeed + seeds; ++s) {
-         const MlagSim::SoakOutcome outcome = MlagSim::runSeed({s, m, steps});
-         ++runs;
+         const MlagSim::SoakOutcome outcome = MlagSim::runSeed({s, m, steps, wide});
          stepsRun += outcome.stepsRun;
          if (!outcome.failure.empty()) {
             ++failures;
