@@ -101,10 +101,10 @@ void collectOrphans(const Json & entity, const Json & descriptor, const Json & m
 }
 
 Orphans orphansOf(const Json & scenario, std::size_t sw, const std::string & plugin) {
-   const Json & spec = scenario["switches"][sw];
+   const Json & switchSpec = scenario["switches"][sw];
    Orphans orphans;
-   collectOrphans(spec["config"].value(plugin, Json::object()), scenario["plugins"][plugin],
-                  spec.value("mlag", Json::object()), Json::json_pointer(), Json::json_pointer(),
+   collectOrphans(switchSpec["config"].value(plugin, Json::object()), scenario["plugins"][plugin],
+                  switchSpec.value("mlag", Json::object()), Json::json_pointer(), Json::json_pointer(),
                   orphans);
    return orphans;
 }
