@@ -199,7 +199,8 @@ Json pluginStep(Entropy & e, const Json & scenario, const std::string & sw, cons
    const std::vector< std::string > scalars = keysOf(*site.descriptor, "attrName");
    const std::vector< std::string > collections = keysOf(*site.descriptor, "collectionName");
    const std::vector< std::string > nested = keysOf(*site.descriptor, "nestedConfigCheckDesc");
-   switch (e.below(6)) {
+   const std::uint64_t action = e.below(6);
+   switch (action) {
       case 1: { // clear a scalar that holds a value
          const std::string & attr = e.pick(scalars);
          if ((*site.entity)[attr].is_null()) break;
@@ -215,9 +216,11 @@ Json pluginStep(Entropy & e, const Json & scenario, const std::string & sw, cons
          step["path"] = p;
          step["set"] = randomValue(e);
          return step;
-      case 3: { // remove a member
-         if (collections.empty()) break;
-         const std::string & attr = e.pick(collections);
+      case 3:   // remove a member
+      case 5: { // remove a nested configuration
+         const std::vector< std::string > & attrs = action == 3 ? collections : nested;
+         if (attrs.empty()) break;
+         const std::string & attr = e.pick(attrs);
          const std::vector< std::string > keys = keysOf(*site.entity, attr.c_str());
          if (keys.empty()) break;
          p.push_back(attr);
@@ -237,17 +240,6 @@ Json pluginStep(Entropy & e, const Json & scenario, const std::string & sw, cons
          step["path"] = p;
          step["set"] = randomEntity(e, (*site.descriptor)["nestedConfigCheckDesc"][attr],
                                     nestedPath, keyGroups, used);
-         return step;
-      }
-      case 5: { // remove a nested configuration
-         if (nested.empty()) break;
-         const std::string & attr = e.pick(nested);
-         const std::vector< std::string > keys = keysOf(*site.entity, attr.c_str());
-         if (keys.empty()) break;
-         p.push_back(attr);
-         p.push_back(e.pick(keys));
-         step["path"] = p;
-         step["delete"] = true;
          return step;
       }
       default:
