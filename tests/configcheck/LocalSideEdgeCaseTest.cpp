@@ -81,6 +81,40 @@ TEST_F(LocalEdgeTest, AFailedReadIsTracedAndTakenForNoValue) {
    EXPECT_EQ(localEntry(dir, "priority"), "300");
 }
 
+// Without a local entity there is nothing to watch or read: the machine
+// starts, publishes and records nothing, and every nested element it is
+// asked about counts as absent, whatever MLAG says.
+TEST_F(LocalEdgeTest, AMachineWithoutALocalEntityPublishesNothing) {
+   Traces traces;
+   start(Kiv::Ptr< Kiv::GenericIf >());
+   EXPECT_TRUE(sm->initialized());
+   EXPECT_FALSE(sm->genericHandler());
+   EXPECT_EQ(sm->backlogSize(), 0u);
+   EXPECT_FALSE(sm->readConfigAccessor(Kiv::GenericValue(), attr("priority")));
+   EXPECT_FALSE(traces.contains("Error during read config access")) << traces.all();
+   EXPECT_EQ(record->attrSize(), 0u);
+   EXPECT_EQ(record->attrCollectionSize(), 0u);
+   EXPECT_EQ(dir->configGlobalDiffSize(), 0u);
+   EXPECT_EQ(dir->configIntfDirSize(), 0u);
+
+   mlag->intfConfigIs(Porta::IntfId("Port-Channel20"), Mlag::IntfConfig("20"));
+   EXPECT_TRUE(traces.contains("SM failed to create statehubToP2pSm for ")) << traces.all();
+   EXPECT_EQ(sm->backlogSize(), 0u);
+   sm->processSmCodefKey(SmCodefKey(Kiv::Name("Port-Channel10"), "intfConfig"));
+   EXPECT_TRUE(traces.contains("already deleted")) << traces.all();
+   EXPECT_EQ(sm->statehubToP2pSmSize(), 0u);
+   EXPECT_EQ(record->nestedIntfConfigSize(), 0u);
+
+   // Switching it off and on again touches no handler.
+   sm->hasNotificationActiveIs(false);
+   sm->hasNotificationActiveIs(true);
+   runUntilQuiet();
+   EXPECT_EQ(record->attrSize(), 0u);
+   sm->doCleanup();
+   EXPECT_FALSE(sm->initialized());
+   EXPECT_EQ(traces.count("Cleaning up Sm for 'Local'"), 1u) << traces.all();
+}
+
 // Nested descriptors for a scalar and for an attribute the configuration
 // does not have describe no collection: neither yields a machine.
 TEST_F(LocalEdgeTest, NestedDescriptorsWithoutACollectionYieldNoMachine) {
