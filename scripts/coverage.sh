@@ -36,11 +36,13 @@ if ! ctest --test-dir "$dir" --output-on-failure --no-tests=error --timeout 600 
    exit 1
 fi
 
+# The per-file report goes next to the build (gcovr replaces its output file,
+# so it must never be pointed at a device).
 summary() {
    gcovr --root "$root" --object-directory "$dir" --filter "$root/$1/" \
       --exclude-throw-branches --exclude-unreachable-branches \
       --exclude-branches-by-pattern '.*(MLAG_TRACE|KIV_TRACE|KIV_ASSERT).*' --print-summary \
-      --output /dev/null "$dir"
+      --output "$dir/coverage-$1.txt" "$dir"
 }
 
 status=0
