@@ -29,13 +29,21 @@ const std::vector< std::vector< std::string > > nestedKeyGroups = {
    {"Ethernet1", "Ethernet2/1", "group1"},
    {"Ethernet3", "Vlan100", "group2"}};
 
+// "p" + number, built by appending: gcc 12 at -O3 mistakes the
+// short-string copy of `"p" + std::to_string(n)` for an overlapping memcpy.
+std::string numbered(const char * prefix, std::uint64_t n) {
+   std::string text(prefix);
+   text += std::to_string(n);
+   return text;
+}
+
 // The same groups, each grown by a dozen keys of its own kind, for
 // configurations whose nested collections outgrow a backlog slice.
 std::vector< std::vector< std::string > > wideKeyGroups() {
    std::vector< std::vector< std::string > > groups = nestedKeyGroups;
    for (int i = 1; i <= 12; ++i) {
-      groups[0].push_back("vlan1" + std::to_string(i));
-      groups[1].push_back("vlan2" + std::to_string(i));
+      groups[0].push_back(numbered("vlan1", i));
+      groups[1].push_back(numbered("vlan2", i));
       groups[2].push_back("Ethernet" + std::to_string(4 + i));
       groups[3].push_back("Ethernet" + std::to_string(20 + i) + "/1");
    }
@@ -80,7 +88,7 @@ Json randomDescriptor(Entropy & e, const std::string & prefix, const std::string
    Json attrName = Json::object(), collectionName = Json::object(), defaults = Json::object();
    const std::uint64_t scalars = 1 + e.below(3);
    for (std::uint64_t i = 0; i < scalars; ++i) {
-      const std::string attr = "s" + std::to_string(i);
+      const std::string attr = numbered("s", i);
       attrName[attr] = prefix + attr;
       if (e.chance(1, 3)) defaults[attr] = e.pick(defaultTexts);
    }
@@ -88,7 +96,7 @@ Json randomDescriptor(Entropy & e, const std::string & prefix, const std::string
    if (e.chance(1, 5)) attrName["hidden"] = "";
    const std::uint64_t collections = e.below(3);
    for (std::uint64_t i = 0; i < collections; ++i) {
-      const std::string attr = "c" + std::to_string(i);
+      const std::string attr = numbered("c", i);
       collectionName[attr] = prefix + attr;
       if (e.chance(1, 4)) defaults[attr] = e.pick(defaultTexts);
    }
@@ -104,7 +112,7 @@ Json randomDescriptor(Entropy & e, const std::string & prefix, const std::string
          anyMlagOnly = anyMlagOnly || mlagOnlyOf.back();
       }
       for (std::uint64_t i = 0; i < nested; ++i) {
-         const std::string attr = "n" + std::to_string(i);
+         const std::string attr = numbered("n", i);
          const std::string nestedPath = path + "/" + attr;
          // A machine keeps its nested machines by key alone, whichever
          // collection made them, and an interface leaving the MLAG
@@ -288,7 +296,7 @@ nlohmann::json randomScenarioJson(Entropy & e, const RandomLimits & limits) {
    static const std::vector< std::vector< std::string > > wide = wideKeyGroups();
    const auto & pool = limits.wide ? wide : nestedKeyGroups;
    for (std::uint64_t i = 0; i < plugins; ++i) {
-      const std::string name = "p" + std::to_string(i);
+      const std::string name = numbered("p", i);
       scenario["plugins"][name] =
          randomDescriptor(e, name + " ", name, 0, false, pool, keyGroups[name]);
    }
@@ -310,7 +318,7 @@ nlohmann::json randomScenarioJson(Entropy & e, const RandomLimits & limits) {
       if (e.chance(1, 3)) {
          step = mlagStep(e, scenario["switches"][1], false);
       } else {
-         const std::string plugin = "p" + std::to_string(e.below(plugins));
+         const std::string plugin = numbered("p", e.below(plugins));
          step = pluginStep(e, scenario, "B", scenario["switches"][1]["config"][plugin], plugin,
                            keyGroups[plugin]);
       }
@@ -328,7 +336,7 @@ nlohmann::json randomScenarioJson(Entropy & e, const RandomLimits & limits) {
       if (e.chance(limits.mlagFlap ? 3 : 1, 4)) {
          step = mlagStep(e, current, limits.mlagFlap);
       } else {
-         const std::string plugin = "p" + std::to_string(e.below(plugins));
+         const std::string plugin = numbered("p", e.below(plugins));
          step = pluginStep(e, model, current["name"], current["config"][plugin], plugin,
                            keyGroups[plugin]);
       }
