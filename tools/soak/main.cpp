@@ -1,5 +1,5 @@
 // mlag-sim-soak: seeded random pair simulations under fault modes, with the
-// soak invariants checked after every step (see sim/Soak.h). Every failure
+// soak invariants checked after every step (see tools/sim/Soak.h). Every failure
 // prints one line that ends in the command that replays it.
 //
 //   mlag-sim-soak --seeds 500 --mode all --steps 30
