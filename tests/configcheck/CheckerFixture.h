@@ -46,26 +46,22 @@ inline Kiv::Ptr< ConfigGlobalDiff > globalEntry(const Kiv::Ptr< ConfigPluginDir 
 // entry: the interface table with an interface name, the global table without.
 inline constexpr const char * none = "<none>";
 
+template < class Entry >
+std::string entryVal(const Entry & entry, bool local) {
+   if (!entry) return none;
+   return (local ? entry->localVal() : entry->peerVal()).stdString();
+}
+
 inline std::string localEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
-                              const char * intf) {
-   auto entry = intfEntry(dir, param, intf);
-   return entry ? entry->localVal().stdString() : none;
+                              const char * intf = nullptr) {
+   return intf ? entryVal(intfEntry(dir, param, intf), true)
+               : entryVal(globalEntry(dir, param), true);
 }
 
 inline std::string peerEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
-                             const char * intf) {
-   auto entry = intfEntry(dir, param, intf);
-   return entry ? entry->peerVal().stdString() : none;
-}
-
-inline std::string localEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param) {
-   auto entry = globalEntry(dir, param);
-   return entry ? entry->localVal().stdString() : none;
-}
-
-inline std::string peerEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param) {
-   auto entry = globalEntry(dir, param);
-   return entry ? entry->peerVal().stdString() : none;
+                             const char * intf = nullptr) {
+   return intf ? entryVal(intfEntry(dir, param, intf), false)
+               : entryVal(globalEntry(dir, param), false);
 }
 
 // The plugin most tests check: global scalars and a value collection, a
@@ -145,17 +141,15 @@ class CheckerTestBase : public ::testing::Test {
    CheckerTestBase() : before_((Kiv::activityManager(), Kiv::LiveCount::snapshot())) {
       Kiv::System::virtualTimeIs(0);
    }
-   void TearDown() override {
-      runUntilQuiet();
-      dropAll();
-      const auto after = Kiv::LiveCount::snapshot();
-      for (const auto & [type, count] : after) {
+   void TearDown() override { runUntilQuiet(); }
+   // Runs once the derived fixture's members have released their references;
+   // a failure here still counts against the test.
+   ~CheckerTestBase() override {
+      for (const auto & [type, count] : Kiv::LiveCount::snapshot()) {
          auto it = before_.find(type);
          EXPECT_EQ(count, it == before_.end() ? 0 : it->second) << "live " << type;
       }
    }
-   // Releases the test's own references before the live counts are compared.
-   virtual void dropAll() {}
 
  private:
    std::map< std::string, std::int64_t > before_;

@@ -33,10 +33,10 @@ TEST_F(DbUpdateTest, AGlobalEntityPublishesDefaultsOverridesAndCollections) {
    config->memberIs("vlan", "20", Kiv::Value::string("'quoted'"));
    publish("Local");
 
-   EXPECT_EQ(globalEntry(dir, "system priority")->localVal(), "32768");
-   EXPECT_EQ(globalEntry(dir, "lacp mode")->localVal(), "on");
-   EXPECT_EQ(globalEntry(dir, "10 allowed vlan")->localVal(), "on");
-   EXPECT_FALSE(globalEntry(dir, "speed"));
+   EXPECT_EQ(localEntry(dir, "system priority"), "32768");
+   EXPECT_EQ(localEntry(dir, "lacp mode"), "on");
+   EXPECT_EQ(localEntry(dir, "10 allowed vlan"), "on");
+   EXPECT_EQ(localEntry(dir, "speed"), none);
    EXPECT_EQ(dir->configIntfDirSize(), 0u);
    EXPECT_EQ(record->attr("priority"), "32768");
    EXPECT_EQ(record->attr("mode"), "on");
@@ -59,8 +59,7 @@ TEST_F(DbUpdateTest, AbsenceImpliesDefaultKeepsDefaultsOutOfTheRecordOnly) {
    config->memberIs("vlan", "10", Kiv::Value::string("allowed"));
    publish("Ethernet1");
 
-   ASSERT_TRUE(intfEntry(dir, "mtu", "Ethernet1"));
-   EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->localVal(), "");
+   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "");
    EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->defaultVal(), "1500");
    EXPECT_FALSE(record->attrHas("mtu"));
    EXPECT_EQ(record->attr("mode"), "passive");
@@ -74,18 +73,22 @@ TEST_F(DbUpdateTest, AnMlagIdChangeMovesTheEntriesInOneCall) {
    desc->attrNameIs("mode", "lacp mode");
    config->valueIs("mode", Kiv::Value::string("active"));
    auto mlag = mlagConfig({{"Port-Channel10", "10"}});
-   doInsertPeerIntfParam(dir, "lacp mode mlag10", "Port-Channel10", "active");
+   doInsertPeerIntfParam(dir, "lacp mode mlag10", "Port-Channel10", "passive");
    publish("Port-Channel10", "", mlag);
-   EXPECT_EQ(intfEntry(dir, "lacp mode mlag10", "Port-Channel10")->localVal(), "active");
+   // The id recorded before is the present one: nothing is removed.
+   Traces traces;
+   publish("Port-Channel10", "10", mlag);
+   EXPECT_FALSE(traces.contains("Removing parameters with mlag"));
+   EXPECT_EQ(localEntry(dir, "lacp mode mlag10", "Port-Channel10"), "active");
+   EXPECT_EQ(peerEntry(dir, "lacp mode mlag10", "Port-Channel10"), "passive");
 
    mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
-   Traces traces;
    publish("Port-Channel10", "10", mlag);
    EXPECT_TRUE(traces.contains("Removing parameters with mlag '10'"));
    // The old entry keeps only the peer's value, under the provisional key.
    EXPECT_FALSE(intfEntry(dir, "lacp mode mlag10", "Port-Channel10"));
-   EXPECT_EQ(intfEntry(dir, "lacp mode mlag10", "PeerPort-Channel10")->peerVal(), "active");
-   EXPECT_EQ(intfEntry(dir, "lacp mode mlag11", "Port-Channel10")->localVal(), "active");
+   EXPECT_EQ(peerEntry(dir, "lacp mode mlag10", "PeerPort-Channel10"), "passive");
+   EXPECT_EQ(localEntry(dir, "lacp mode mlag11", "Port-Channel10"), "active");
 
    // Out of MLAG: nothing is named, nothing written.
    mlag->intfConfigDel(Porta::IntfId("Port-Channel10"));
@@ -102,33 +105,17 @@ TEST_F(DbUpdateTest, PeerRecordImport) {
    peer->attrCollectionIs(CollectionConfig("vlan", "'10'"), "allowed");
    peer->attrCollectionIs(CollectionConfig("other", "1"), "y");
    updateConfigCheckDbPeer(desc, dir, nullptr, "", peer, "g1");
-   EXPECT_EQ(globalEntry(dir, "mtu g1")->peerVal(), "9000");
+   EXPECT_EQ(peerEntry(dir, "mtu g1"), "9000");
    EXPECT_EQ(globalEntry(dir, "mtu g1")->groupId(), "g1");
-   EXPECT_EQ(globalEntry(dir, "10 vlan g1")->peerVal(), "allowed");
+   EXPECT_EQ(peerEntry(dir, "10 vlan g1"), "allowed");
    EXPECT_EQ(dir->configGlobalDiffSize(), 2u);
-
    updateConfigCheckDbPeer(desc, dir, nullptr, "", peer, "Ethernet1");
-   EXPECT_EQ(intfEntry(dir, "mtu", "PeerEthernet1")->peerVal(), "9000");
+   EXPECT_EQ(peerEntry(dir, "mtu", "PeerEthernet1"), "9000");
 
    Traces traces;
    insertPeerParam(dir, "", "Peer", Porta::IntfId(), "z");
    EXPECT_FALSE(traces.contains("Updating"));
    EXPECT_EQ(dir->configGlobalDiffSize(), 2u);
-}
-
-TEST_F(DbUpdateTest, AnUnchangedMlagIdRemovesNothing) {
-   desc->mlagInterfacesOnlyIs(true);
-   desc->attrNameIs("mode", "lacp mode");
-   config->valueIs("mode", Kiv::Value::string("active"));
-   auto mlag = mlagConfig({{"Port-Channel10", "10"}});
-   doInsertPeerIntfParam(dir, "lacp mode mlag10", "Port-Channel10", "passive");
-   Traces traces;
-   publish("Port-Channel10", "10", mlag);
-   EXPECT_FALSE(traces.contains("Removing parameters with mlag"));
-   auto entry = intfEntry(dir, "lacp mode mlag10", "Port-Channel10");
-   ASSERT_TRUE(entry);
-   EXPECT_EQ(entry->localVal(), "active");
-   EXPECT_EQ(entry->peerVal(), "passive");
 }
 
 // Without an entity, or without a record, each routine still does the part
@@ -142,20 +129,19 @@ TEST_F(DbUpdateTest, AMissingEntityOrRecordLeavesOnlyWhatCanBeDone) {
    auto mlag = mlagConfig({{"Port-Channel10", "10"}});
    publish("Port-Channel10", "", mlag);
    doInsertPeerIntfParam(dir, "mode mlag10", "Port-Channel10", "passive");
-   ASSERT_EQ(intfEntry(dir, "mode mlag10", "Port-Channel10")->localVal(), "active");
 
    mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
    updateConfigCheckDbUtil(desc, dir, mlag, "10", nullptr, record, "Port-Channel10", false);
-   EXPECT_EQ(intfEntry(dir, "mode mlag10", "Port-Channel10"), nullptr);
-   EXPECT_EQ(intfEntry(dir, "mode mlag10", "PeerPort-Channel10")->peerVal(), "passive");
+   EXPECT_EQ(localEntry(dir, "mode mlag10", "Port-Channel10"), none);
+   EXPECT_EQ(peerEntry(dir, "mode mlag10", "PeerPort-Channel10"), "passive");
    EXPECT_FALSE(dir->configIntfDir(Kiv::Name("mode mlag11")));
    updateConfigCheckDbPeer(desc, dir, mlag, "10", nullptr, "Port-Channel10");
-   EXPECT_EQ(intfEntry(dir, "mode mlag10", "PeerPort-Channel10"), nullptr);
+   EXPECT_EQ(peerEntry(dir, "mode mlag10", "PeerPort-Channel10"), none);
 
    // No record to publish into: the local table is written all the same.
    updateConfigCheckDbUtil(desc, dir, mlag, "", config, nullptr, "Port-Channel10", false);
-   EXPECT_EQ(intfEntry(dir, "mode mlag11", "Port-Channel10")->localVal(), "active");
-   EXPECT_EQ(intfEntry(dir, "10 vlan mlag11", "Port-Channel10")->localVal(), "allowed");
+   EXPECT_EQ(localEntry(dir, "mode mlag11", "Port-Channel10"), "active");
+   EXPECT_EQ(localEntry(dir, "10 vlan mlag11", "Port-Channel10"), "allowed");
 }
 
 // A descriptor that takes a collection for a scalar, or a scalar for a

@@ -5,15 +5,45 @@
 #include "CheckerFixture.h"
 #include "MlagConfigCheckUtil.h"
 #include "kiv/Exception.h"
+#include "kiv/Type.h"
 
 namespace {
 
 using namespace CheckerTest;
 using Op = MlagConfigCheckSm::GenericOp;
+using Args = std::vector< Kiv::GenericValue >;
 
 // What a reflective read handed back: entities come as entity values.
 Kiv::Ptr< Kiv::PtrInterface > held(const Kiv::GenericValue & value) {
    return value.isEntity() ? Kiv::Ptr< Kiv::PtrInterface >(value.entity()) : value.object();
+}
+
+// The text of the type error raised by `create`; empty when none is raised.
+std::string typeError(const Kiv::KivType & type, const Args & args) {
+   try {
+      type.create(args);
+   } catch (const Kiv::TypeException & e) {
+      return e.what();
+   }
+   return "";
+}
+
+// Asks `request` once per argument position with the arguments `same` but
+// that one taken from `other`: each such request replaces the present object,
+// and asking again with the same arguments keeps the replacement.
+template < class Request, class... A >
+void eachArgumentReplaces(Request request, const std::tuple< A... > & same,
+                          const std::tuple< A... > & other) {
+   [&]< std::size_t... I >(std::index_sequence< I... >) {
+      ([&] {
+         auto args = same;
+         std::get< I >(args) = std::get< I >(other);
+         auto before = std::apply(request, same);
+         auto replaced = std::apply(request, args);
+         EXPECT_NE(replaced, before) << "argument " << I + 1;
+         EXPECT_EQ(std::apply(request, args), replaced) << "argument " << I + 1;
+      }(), ...);
+   }(std::index_sequence_for< A... >());
 }
 
 // One plugin on one switch: its configuration, both records and a results
@@ -27,17 +57,15 @@ class TopLevelTest : public CheckerTestBase {
       peerRecord->attrIs("priority", "2");
       doInsertLocalParam(dir, "stale", "Local", "old");
    }
-   void dropAll() override {
-      top = nullptr;
-      container = nullptr;
-      dir = nullptr;
-      desc = nullptr;
-      config = nullptr;
-      local = nullptr;
-      peerRecord = nullptr;
-      mlag = nullptr;
-   }
    void start() { top = container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, mlag); }
+   // The top level's constructor arguments, as an agent that knows only the
+   // type's name passes them.
+   Args sevenArguments() {
+      return {Kiv::GenericValue::object(dir),        Kiv::Value::string("r"),
+              Kiv::GenericValue(Kiv::genericIf(config)), Kiv::GenericValue::object(local),
+              Kiv::GenericValue::object(peerRecord), Kiv::GenericValue::object(desc),
+              Kiv::GenericValue::object(mlag)};
+   }
 
    Kiv::Ptr< ConfigPluginDir > dir = resultsDir();
    Kiv::Ptr< ConfigCheckDesc > desc = lacpDesc();
@@ -55,17 +83,7 @@ TEST_F(TopLevelTest, ConstructionClearsTheDirectoryThenStartsLocalThenPeer) {
    EXPECT_EQ(localEntry(dir, "stale"), none);
    EXPECT_EQ(localEntry(dir, "priority"), "1");
    EXPECT_EQ(peerEntry(dir, "priority"), "2");
-   EXPECT_EQ(local->attr("priority"), "1");
    EXPECT_TRUE(top->initialized());
-   ASSERT_TRUE(top->statehubToP2pSm());
-   ASSERT_TRUE(top->p2pToStatehubSm());
-   EXPECT_EQ(top->statehubToP2pSm()->name(), "Local");
-   EXPECT_EQ(top->p2pToStatehubSm()->name(), "Peer");
-   EXPECT_EQ(top->p2pToStatehubSm()->configCheckDesc(), desc);
-   EXPECT_TRUE(top->p2pToStatehubSm()->initialized());
-   EXPECT_TRUE(top->hasNotificationActive());
-   EXPECT_TRUE(top->statehubToP2pSm()->hasNotificationActive());
-   EXPECT_TRUE(top->p2pToStatehubSm()->hasNotificationActive());
 
    const std::size_t topLine = traces.indexOf("Initializing top level Sm for 'lacp'config = ");
    const std::size_t localLine = traces.indexOf("Initializing Sm for 'Local'");
@@ -84,84 +102,39 @@ TEST_F(TopLevelTest, ConstructionClearsTheDirectoryThenStartsLocalThenPeer) {
    EXPECT_EQ(traces.size(), 0u);
    EXPECT_EQ(top->statehubToP2pSm(), localSide);
    EXPECT_EQ(top->p2pToStatehubSm(), peerSide);
-   EXPECT_EQ(peerEntry(dir, "priority"), "2");
 }
 
-TEST_F(TopLevelTest, InstantiatingSettersKeepOrReplace) {
-   start();
-   EXPECT_EQ(container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, mlag), top);
-   auto clock = checkerClock();
-   auto localSide = top->statehubToP2pSm();
-   EXPECT_EQ(top->statehubToP2pSmIs(clock, dir, "Local", config, local, desc, mlag), localSide);
-   auto replaced =
-      top->statehubToP2pSmIs(clock, dir, "Local", config, local, configCheckDescFactory("x"), mlag);
-   EXPECT_NE(replaced, localSide);
-   EXPECT_EQ(top->statehubToP2pSm(), replaced);
-   EXPECT_EQ(localSide->refCount(), 1u); // the old one goes with this last reference
-   const std::int64_t machines = Kiv::LiveCount::count("Mlag::ConfigCheck::StatehubToP2pSm");
-   localSide = nullptr;
-   EXPECT_EQ(Kiv::LiveCount::count("Mlag::ConfigCheck::StatehubToP2pSm"), machines - 1);
-
-   auto peerSide = top->p2pToStatehubSm();
-   EXPECT_EQ(top->p2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, nullptr), peerSide);
-   EXPECT_NE(top->p2pToStatehubSmIs(clock, dir, peerRecord, "Peer", nullptr, nullptr), peerSide);
-   EXPECT_EQ(peerSide->refCount(), 1u);
-   peerSide = nullptr;
-
-   // A replacement that cannot be built leaves the present one in place.
-   EXPECT_THROW(container->configCheckSmIs(nullptr, "lacp", config, local, peerRecord, desc, mlag),
-                Kiv::RangeException);
-   EXPECT_EQ(container->configCheckSm(), top);
-   EXPECT_TRUE(top->hasNotificationActive());
-
-   // A changed argument replaces the whole top level; the old one is switched off.
-   auto old = top;
-   top = container->configCheckSmIs(dir, "lacp2", config, local, peerRecord, desc, mlag);
-   EXPECT_NE(top, old);
-   EXPECT_EQ(container->configCheckSm(), top);
-   EXPECT_FALSE(old->hasNotificationActive());
-   EXPECT_EQ(old->refCount(), 1u);
-   old = nullptr;
-   EXPECT_EQ(container->configCheckSmDel(), top);
-   EXPECT_FALSE(container->configCheckSm());
-   EXPECT_FALSE(top->hasNotificationActive());
-}
-
+// Asked for with the arguments it has, each setter keeps the present object;
+// any one argument changed replaces it.
 TEST_F(TopLevelTest, AnyOneChangedArgumentReplacesAnyOtherKeeps) {
    start();
    auto clock = checkerClock();
-   auto otherClock = Kiv::kivNew< Kiv::Clock >(Kiv::Name("otherClock"));
+   Kiv::PtrConst< Kiv::Clock > otherClock = Kiv::kivNew< Kiv::Clock >(Kiv::Name("otherClock"));
    auto otherDir = resultsDir("other");
    auto otherConfig = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name("other"));
    auto otherRecord = Kiv::kivNew< GenericConfig >(Kiv::Name("other"));
    auto otherDesc = configCheckDescFactory("other");
    auto otherMlag = mlagConfig({});
-   auto configIf = Kiv::genericIf(config);
-   auto otherIf = Kiv::genericIf(otherConfig);
+   eachArgumentReplaces([&](auto... a) { return top->statehubToP2pSmIs(a...); },
+                        std::tuple(clock, dir, Kiv::String("Local"), Kiv::genericIf(config), local,
+                                   desc, mlag),
+                        std::tuple(otherClock, otherDir, Kiv::String("Other"),
+                                   Kiv::genericIf(otherConfig), otherRecord, otherDesc, otherMlag));
+   eachArgumentReplaces([&](auto... a) { return container->configCheckSmIs(a...); },
+                        std::tuple(dir, Kiv::String("lacp"), config, local, peerRecord, desc, mlag),
+                        std::tuple(otherDir, Kiv::String("other"), otherConfig, otherRecord,
+                                   otherRecord, otherDesc, otherMlag));
+   top = container->configCheckSm();
 
-   // The local side: one argument at a time.
-   const std::vector< std::function< Kiv::Ptr< StatehubToP2pSm >() > > localCases = {
-      [&] { return top->statehubToP2pSmIs(otherClock, dir, "Local", configIf, local, desc, mlag); },
-      [&] { return top->statehubToP2pSmIs(clock, otherDir, "Local", configIf, local, desc, mlag); },
-      [&] { return top->statehubToP2pSmIs(clock, dir, "Other", configIf, local, desc, mlag); },
-      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", otherIf, local, desc, mlag); },
-      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", configIf, otherRecord, desc, mlag); },
-      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", configIf, local, otherDesc, mlag); },
-      [&] { return top->statehubToP2pSmIs(clock, dir, "Local", configIf, local, desc, otherMlag); },
-   };
-   for (std::size_t i = 0; i < localCases.size(); ++i) {
-      auto before = top->statehubToP2pSmIs(clock, dir, "Local", configIf, local, desc, mlag);
-      EXPECT_NE(localCases[i](), before) << "local argument " << i + 1;
-      EXPECT_EQ(localCases[i](), top->statehubToP2pSm()) << "local argument " << i + 1;
-   }
-
-   // A machine not named "Peer" is a nested one and needs a parent; the
-   // name alone is not varied here.
+   // A machine not named "Peer" is a nested one: it looks its descriptor up
+   // in its parent's.
    auto parent = P2pToStatehubSm::P2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, nullptr);
+   parent->configCheckDescIs(desc);
    const std::vector< std::function< Kiv::Ptr< P2pToStatehubSm >() > > peerCases = {
       [&] { return top->p2pToStatehubSmIs(otherClock, dir, peerRecord, "Peer", mlag, nullptr); },
       [&] { return top->p2pToStatehubSmIs(clock, otherDir, peerRecord, "Peer", mlag, nullptr); },
       [&] { return top->p2pToStatehubSmIs(clock, dir, otherRecord, "Peer", mlag, nullptr); },
+      [&] { return top->p2pToStatehubSmIs(clock, dir, peerRecord, "g1", mlag, parent.get()); },
       [&] { return top->p2pToStatehubSmIs(clock, dir, peerRecord, "Peer", otherMlag, nullptr); },
       [&] { return top->p2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, parent.get()); },
    };
@@ -171,48 +144,59 @@ TEST_F(TopLevelTest, AnyOneChangedArgumentReplacesAnyOtherKeeps) {
       EXPECT_EQ(peerCases[i](), top->p2pToStatehubSm()) << "peer argument " << i + 1;
    }
 
-   const std::vector< std::function< Kiv::Ptr< MlagConfigCheckSm >() > > topCases = {
-      [&] { return container->configCheckSmIs(otherDir, "lacp", config, local, peerRecord, desc, mlag); },
-      [&] { return container->configCheckSmIs(dir, "other", config, local, peerRecord, desc, mlag); },
-      [&] { return container->configCheckSmIs(dir, "lacp", otherConfig, local, peerRecord, desc, mlag); },
-      [&] { return container->configCheckSmIs(dir, "lacp", config, otherRecord, peerRecord, desc, mlag); },
-      [&] { return container->configCheckSmIs(dir, "lacp", config, local, otherRecord, desc, mlag); },
-      [&] { return container->configCheckSmIs(dir, "lacp", config, local, peerRecord, otherDesc, mlag); },
-      [&] { return container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, otherMlag); },
-   };
-   for (std::size_t i = 0; i < topCases.size(); ++i) {
-      auto before = container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, mlag);
-      EXPECT_NE(topCases[i](), before) << "top-level argument " << i + 1;
-      EXPECT_EQ(topCases[i](), container->configCheckSm()) << "top-level argument " << i + 1;
-   }
-   top = container->configCheckSm();
+   // A replaced top level is switched off.
+   auto old = top;
+   top = container->configCheckSmIs(dir, "lacp2", config, local, peerRecord, desc, mlag);
+   EXPECT_FALSE(old->hasNotificationActive());
+
+   // A replacement that cannot be built leaves the present one in place.
+   EXPECT_THROW(container->configCheckSmIs(nullptr, "lacp", config, local, peerRecord, desc, mlag),
+                Kiv::RangeException);
+   EXPECT_EQ(container->configCheckSm(), top);
+   EXPECT_TRUE(top->hasNotificationActive());
+   EXPECT_EQ(container->configCheckSmDel(), top);
+   EXPECT_FALSE(container->configCheckSmDel());
+   EXPECT_FALSE(top->hasNotificationActive());
 }
 
-TEST_F(TopLevelTest, NotificationsFollowTheTopLevelDownAndGoOffAtTeardown) {
-   start();
-   auto localSide = top->statehubToP2pSm();
-   auto peerSide = top->p2pToStatehubSm();
-   top->hasNotificationActiveIs(false);
-   EXPECT_FALSE(localSide->hasNotificationActive());
-   EXPECT_FALSE(peerSide->hasNotificationActive());
-   // Switched off, neither side hears its entity.
-   config->valueIs("priority", Kiv::Value::integer(7));
-   peerRecord->attrIs("priority", "8");
-   EXPECT_EQ(localEntry(dir, "priority"), "1");
-   EXPECT_EQ(peerEntry(dir, "priority"), "2");
-   top->hasNotificationActiveIs(true);
-   EXPECT_TRUE(localSide->hasNotificationActive());
-   EXPECT_TRUE(peerSide->hasNotificationActive());
+// The top level's switch reaches both sides while it holds them. Destroyed
+// directly, not through the container, it switches them off and lets them
+// go, also when it was flagged a zombie already.
+TEST_F(TopLevelTest, NotificationsFollowTheTopLevelDownToItsSides) {
+   for (bool zombie : {false, true}) {
+      config->valueIs("priority", Kiv::Value::integer(1));
+      peerRecord->attrIs("priority", "2");
+      start();
+      auto localSide = top->statehubToP2pSm();
+      auto peerSide = top->p2pToStatehubSm();
+      top->hasNotificationActiveIs(false);
+      config->valueIs("priority", Kiv::Value::integer(7));
+      peerRecord->attrIs("priority", "8");
+      EXPECT_EQ(localEntry(dir, "priority"), "1");
+      EXPECT_EQ(peerEntry(dir, "priority"), "2");
+      top->hasNotificationActiveIs(true);
+      EXPECT_TRUE(localSide->hasNotificationActive());
+      EXPECT_TRUE(peerSide->hasNotificationActive());
 
-   // Destroyed directly, not through the container.
-   container->configCheckSmDel();
+      container->configCheckSmDel();
+      top->hasNotificationActiveIs(true);
+      if (zombie) top->kivDoZombieReactors(true);
+      top = nullptr;
+      EXPECT_FALSE(localSide->hasNotificationActive()) << zombie;
+      EXPECT_FALSE(peerSide->hasNotificationActive()) << zombie;
+      EXPECT_EQ(localSide->refCount(), 1u);
+      EXPECT_EQ(peerSide->refCount(), 1u);
+   }
+   // A side removed is switched off, and the switch no longer reaches it.
+   start();
+   auto localSide = top->statehubToP2pSmDel();
+   auto peerSide = top->p2pToStatehubSmDel();
+   EXPECT_FALSE(top->statehubToP2pSmDel());
+   EXPECT_FALSE(top->p2pToStatehubSmDel());
+   top->hasNotificationActiveIs(false);
    top->hasNotificationActiveIs(true);
-   EXPECT_TRUE(localSide->hasNotificationActive());
-   top = nullptr;
    EXPECT_FALSE(localSide->hasNotificationActive());
    EXPECT_FALSE(peerSide->hasNotificationActive());
-   EXPECT_EQ(localSide->refCount(), 1u);
-   EXPECT_EQ(peerSide->refCount(), 1u);
 }
 
 TEST_F(TopLevelTest, ReflectiveAccessByAttributeName) {
@@ -259,39 +243,29 @@ TEST_F(TopLevelTest, ReflectiveAccessByAttributeName) {
    ASSERT_TRUE(top->statehubToP2pSm());
 
    const Kiv::GenericValue clock = Kiv::GenericValue::object(Kiv::activityManager()->config()->clock());
+   auto object = [](const Kiv::Ptr< Kiv::PtrInterface > & o) { return Kiv::GenericValue::object(o); };
    auto localSide = top->statehubToP2pSm();
    EXPECT_TRUE(top->genericIfOp(Op::instantiate, "statehubToP2pSm",
-                                {clock, Kiv::GenericValue::object(dir), Kiv::Value::string("Local"),
-                                 Kiv::GenericValue(Kiv::genericIf(config)),
-                                 Kiv::GenericValue::object(local), Kiv::GenericValue::object(desc),
-                                 Kiv::GenericValue::object(mlag)},
+                                {clock, object(dir), Kiv::Value::string("Local"),
+                                 Kiv::GenericValue(Kiv::genericIf(config)), object(local),
+                                 object(desc), object(mlag)},
                                 result));
    EXPECT_EQ(held(result), localSide);
-   EXPECT_TRUE(top->genericIfOp(Op::instantiate, "p2pToStatehubSm",
-                                {clock, Kiv::GenericValue::object(dir),
-                                 Kiv::GenericValue::object(peerRecord), Kiv::Value::string("Peer"),
-                                 Kiv::GenericValue::object(mlag), Kiv::GenericValue()},
-                                result));
-   EXPECT_EQ(held(result), top->p2pToStatehubSm());
+   auto peerSide = [&](const Kiv::GenericValue & mlagArg) {
+      EXPECT_TRUE(top->genericIfOp(Op::instantiate, "p2pToStatehubSm",
+                                   {clock, object(dir), object(peerRecord),
+                                    Kiv::Value::string("Peer"), mlagArg, Kiv::GenericValue()},
+                                   result));
+      return held(result);
+   };
+   EXPECT_EQ(peerSide(object(mlag)), top->p2pToStatehubSm());
    // A peer side instantiated reflectively gets no descriptor.
-   EXPECT_TRUE(top->genericIfOp(Op::instantiate, "p2pToStatehubSm",
-                                {clock, Kiv::GenericValue::object(dir),
-                                 Kiv::GenericValue::object(peerRecord), Kiv::Value::string("Peer"),
-                                 Kiv::GenericValue(), Kiv::GenericValue()},
-                                result));
-   ASSERT_TRUE(top->p2pToStatehubSm());
+   EXPECT_EQ(peerSide(Kiv::GenericValue()), top->p2pToStatehubSm());
    EXPECT_FALSE(top->p2pToStatehubSm()->configCheckDesc());
    EXPECT_FALSE(top->p2pToStatehubSm()->initialized());
 
    // Every other operation on a known attribute is refused.
-   const char * attributes[] = {"configCheck",   "name",
-                                "readConfig",    "writeConfig",
-                                "compareConfig", "configCheckDesc",
-                                "mlagConfig",    "statehubToP2pSm",
-                                "p2pToStatehubSm", "handleLocalSmCreation",
-                                "handlePeerSmCreation", "initialized",
-                                "handleInitialized"};
-   auto supported = [](Op op, int id) {
+   auto supported = [](Op op, std::uint32_t id) {
       switch (op) {
       case Op::get: return id <= 9 || id == 12;
       case Op::set: return id == 12;
@@ -302,40 +276,61 @@ TEST_F(TopLevelTest, ReflectiveAccessByAttributeName) {
       return false;
    };
    for (Op op : {Op::get, Op::set, Op::instantiate, Op::del, Op::call}) {
-      for (int id = 1; id <= 13; ++id) {
-         if (supported(op, id)) continue;
-         EXPECT_THROW(top->genericIfOp(op, attributes[id - 1], {}, result),
+      for (const Kiv::KivAttr & attr : MlagConfigCheckSm::kivType().attrs()) {
+         if (supported(op, attr.id)) continue;
+         EXPECT_THROW(top->genericIfOp(op, attr.name.view(), {}, result),
                       Kiv::OperationNotSupportedException)
-            << attributes[id - 1] << " op " << int(op);
+            << attr.name.stdString() << " op " << int(op);
       }
       EXPECT_FALSE(top->genericIfOp(op, "noSuchAttribute", {}, result));
    }
 }
 
-TEST_F(TopLevelTest, ReflectiveCreationUnwrapsTheSevenArguments) {
-   const std::vector< Kiv::GenericValue > args = {
-      Kiv::GenericValue::object(dir),        Kiv::Value::string("r"),
-      Kiv::GenericValue(Kiv::genericIf(config)), Kiv::GenericValue::object(local),
-      Kiv::GenericValue::object(peerRecord), Kiv::GenericValue::object(desc),
-      Kiv::GenericValue::object(mlag)};
-   top = Kiv::ptrCast< MlagConfigCheckSm >(MlagConfigCheckSm::kivType().create(args));
+// A top level is created from its seven constructor arguments alone; argument
+// lists that do not fit are refused before anything is built or changed.
+TEST_F(TopLevelTest, ReflectiveArgumentsAreCheckedBeforeAnythingHappens) {
+   const auto wrong = Kiv::GenericValue::object(Kiv::kivNew< Kiv::Clock >(Kiv::Name("clock")));
+   auto withArgument = [&](std::size_t position, const Kiv::GenericValue & value) {
+      Args args = sevenArguments();
+      args[position] = value;
+      return args;
+   };
+   Args six = sevenArguments();
+   six.pop_back();
+   Args eight = sevenArguments();
+   eight.push_back(Kiv::Value::string("extra"));
+   const struct {
+      Args args;
+      const char * error;
+   } creations[] = {
+      {six, "MlagConfigCheckSm takes 7 arguments, given 6"},
+      {eight, "MlagConfigCheckSm takes 7 arguments, given 8"},
+      // Every object position: the results directory, the configuration,
+      // both records, the descriptor and the MLAG configuration.
+      {withArgument(0, wrong), "argument 1 has the wrong type"},
+      {withArgument(3, wrong), "argument 4 has the wrong type"},
+      {withArgument(4, wrong), "argument 5 has the wrong type"},
+      {withArgument(5, wrong), "argument 6 has the wrong type"},
+      {withArgument(6, wrong), "argument 7 has the wrong type"},
+   };
+   for (const auto & c : creations) EXPECT_EQ(typeError(MlagConfigCheckSm::kivType(), c.args), c.error);
+   // A missing object is no type error: the null reaches the factory, which
+   // refuses a null results directory.
+   EXPECT_THROW(MlagConfigCheckSm::kivType().create(withArgument(0, Kiv::GenericValue())),
+                Kiv::RangeException);
+   EXPECT_EQ(Kiv::LiveCount::count("Mlag::ConfigCheck::MlagConfigCheckSm"), 0);
+
+   top = Kiv::ptrCast< MlagConfigCheckSm >(MlagConfigCheckSm::kivType().create(sevenArguments()));
    ASSERT_TRUE(top);
    EXPECT_EQ(top->name(), "r");
-   EXPECT_EQ(top->configCheck(), dir);
-   EXPECT_EQ(top->compareConfig(), peerRecord);
-   EXPECT_TRUE(top->initialized());
    EXPECT_TRUE(top->hasNotificationActive());
    EXPECT_EQ(localEntry(dir, "stale"), none);
    EXPECT_EQ(peerEntry(dir, "priority"), "2");
-}
-
-TEST_F(TopLevelTest, ReflectiveArgumentsAreCheckedBeforeAnythingHappens) {
-   start();
    Kiv::GenericValue result;
    const struct {
       Op op;
       const char * attribute;
-      std::vector< Kiv::GenericValue > args;
+      Args args;
    } bad[] = {
       {Op::set, "initialized", {}},
       {Op::call, "handleLocalSmCreation", {Kiv::Value::string("Local")}},
@@ -359,7 +354,6 @@ TEST_F(TopLevelTest, ReflectiveArgumentsAreCheckedBeforeAnythingHappens) {
    EXPECT_EQ(top->statehubToP2pSm(), localSide);
    EXPECT_EQ(top->p2pToStatehubSm(), peerSide);
    EXPECT_TRUE(top->initialized());
-   EXPECT_THROW(MlagConfigCheckSm::kivType().create({Kiv::Value::string("r")}), Kiv::TypeException);
 }
 
 TEST(TypeRegistrationTest, CheckerTypesRegisterInLoadOrder) {
@@ -373,6 +367,14 @@ TEST(TypeRegistrationTest, CheckerTypesRegisterInLoadOrder) {
    EXPECT_EQ(checker, (std::vector< std::string >{"MlagConfigCheckSm", "StatehubToP2pSm",
                                                   "ConfigCheckDesc", "SmContainer",
                                                   "P2pToStatehubSm", "SmCodefKey"}));
+   // A container is created from its name alone.
+   Kiv::Ptr< Kiv::KivType > type = Kiv::typeNode("Mlag::ConfigCheck::SmContainer");
+   ASSERT_TRUE(type);
+   auto container = Kiv::ptrCast< SmContainer >(type->create({Kiv::Value::string("lacp")}));
+   ASSERT_TRUE(container);
+   EXPECT_EQ(container->name(), "lacp");
+   EXPECT_FALSE(container->configCheckSm());
+   EXPECT_EQ(typeError(*type, {}), "SmContainer takes 1 arguments, given 0");
 }
 
 } // namespace

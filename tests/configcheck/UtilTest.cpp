@@ -24,37 +24,35 @@ class UtilTest : public ::testing::Test {
 
 TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyUntilTheLocalInsertAdoptsIt) {
    insertPeer("mtu", "Ethernet1", "9000");
-   ASSERT_TRUE(entry("mtu", "PeerEthernet1"));
    EXPECT_FALSE(entry("mtu", "Ethernet1"));
    insertPeer("mtu", "Ethernet1", "9214");
-   EXPECT_EQ(entry("mtu", "PeerEthernet1")->peerVal(), "9214");
-   EXPECT_EQ(entry("mtu", "PeerEthernet1")->localVal(), "");
+   EXPECT_EQ(peerEntry(dir, "mtu", "PeerEthernet1"), "9214");
+   EXPECT_EQ(localEntry(dir, "mtu", "PeerEthernet1"), "");
 
    insertLocal("mtu", "Ethernet1", "1500", "1500");
    EXPECT_FALSE(entry("mtu", "PeerEthernet1"));
-   EXPECT_EQ(entry("mtu", "Ethernet1")->peerVal(), "9214");
-   EXPECT_EQ(entry("mtu", "Ethernet1")->localVal(), "1500");
-   EXPECT_EQ(dir->configIntfDir(Kiv::Name("mtu"))->configIntfDiffSize(), 1u);
+   EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "9214");
+   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "1500");
 
    // From now on the peer writes the plain entry; it never touches the default.
    insertPeer("mtu", "Ethernet1", "1500");
-   EXPECT_EQ(entry("mtu", "Ethernet1")->peerVal(), "1500");
+   EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "1500");
    EXPECT_EQ(entry("mtu", "Ethernet1")->defaultVal(), "1500");
    EXPECT_FALSE(entry("mtu", "PeerEthernet1"));
 }
 
 TEST_F(UtilTest, DefaultsAndAbsence) {
    insertLocal("mtu", "Ethernet1", "1500", "1500", true);
-   EXPECT_EQ(entry("mtu", "Ethernet1")->localVal(), "");
+   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "");
    insertLocal("mtu", "Ethernet1", "1500", "1500", false);
-   EXPECT_EQ(entry("mtu", "Ethernet1")->localVal(), "1500");
+   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "1500");
    // A later insert without a default keeps the recorded one, and the
    // absence test compares against it.
    insertLocal("mtu", "Ethernet1", "1500", "", true);
    EXPECT_EQ(entry("mtu", "Ethernet1")->defaultVal(), "1500");
-   EXPECT_EQ(entry("mtu", "Ethernet1")->localVal(), "");
+   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "");
    insertLocal("mtu", "Ethernet1", "9000", "", true);
-   EXPECT_EQ(entry("mtu", "Ethernet1")->localVal(), "9000");
+   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "9000");
 
    Traces traces;
    EXPECT_TRUE(isValueDefault(dir, "mtu", "Ethernet1", "1500"));
@@ -75,8 +73,8 @@ TEST_F(UtilTest, GroupIdsOfTheSidesOwnNameAreNeverWritten) {
    doInsertPeerParam(dir, "mode", "", "rstp");
    doInsertLocalParam(dir, "mode", "", "");
    EXPECT_EQ(globalEntry(dir, "mode")->groupId(), "g1");
-   EXPECT_EQ(globalEntry(dir, "mode")->localVal(), "");
-   EXPECT_EQ(globalEntry(dir, "mode")->peerVal(), "rstp");
+   EXPECT_EQ(localEntry(dir, "mode"), "");
+   EXPECT_EQ(peerEntry(dir, "mode"), "rstp");
    doInsertPeerParam(dir, "mode", "g2", "rstp");
    EXPECT_EQ(globalEntry(dir, "mode")->groupId(), "g2");
    doInsertLocalParam(dir, "prio", "Peer", "1");
@@ -95,9 +93,8 @@ TEST_F(UtilTest, LocalInterfaceDeleteKeepsWhatThePeerStillReports) {
    EXPECT_TRUE(traces.contains("Clearing local entry 'up' for plugin 'lacp'"));
 
    EXPECT_FALSE(entry("up", "Ethernet1"));
-   ASSERT_TRUE(entry("up", "PeerEthernet1"));
-   EXPECT_EQ(entry("up", "PeerEthernet1")->peerVal(), "up");
-   EXPECT_EQ(entry("up", "PeerEthernet1")->localVal(), "");
+   EXPECT_EQ(peerEntry(dir, "up", "PeerEthernet1"), "up");
+   EXPECT_EQ(localEntry(dir, "up", "PeerEthernet1"), "");
    // "0", "-" and nothing do not keep an entry alive; emptied tables go.
    EXPECT_FALSE(dir->configIntfDir(Kiv::Name("zero")));
    EXPECT_FALSE(dir->configIntfDir(Kiv::Name("none")));
@@ -112,12 +109,10 @@ TEST_F(UtilTest, PeerInterfaceDeleteClearsPeerValuesOnly) {
    insertPeer("lacp", "Ethernet1", "active");
    insertPeer("speed", "Ethernet1", "10g"); // waits provisionally
    handlePeerIntfDelete(dir, "Ethernet1");
-   ASSERT_TRUE(entry("mtu", "Ethernet1"));
-   EXPECT_EQ(entry("mtu", "Ethernet1")->peerVal(), "");
-   EXPECT_EQ(entry("mtu", "Ethernet1")->localVal(), "9000");
+   EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "");
+   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "9000");
    // The plain entry stays even with nothing left on either side.
-   ASSERT_TRUE(entry("lacp", "Ethernet1"));
-   EXPECT_EQ(entry("lacp", "Ethernet1")->peerVal(), "");
+   EXPECT_EQ(peerEntry(dir, "lacp", "Ethernet1"), "");
    EXPECT_FALSE(dir->configIntfDir(Kiv::Name("speed")));
 }
 
@@ -131,9 +126,9 @@ TEST_F(UtilTest, GroupDeletesOnBothSides) {
    handleLocalGroupDelete(dir, "g1");
    // The local group trace has no blank before "for"; the peer one has.
    EXPECT_TRUE(traces.contains("Clearing local entry 'mtu g1'for plugin 'lacp'"));
-   EXPECT_EQ(globalEntry(dir, "mtu g1")->localVal(), "");
+   EXPECT_EQ(localEntry(dir, "mtu g1"), "");
    EXPECT_FALSE(globalEntry(dir, "prio g1"));
-   EXPECT_EQ(globalEntry(dir, "mtu g2")->localVal(), "1500");
+   EXPECT_EQ(localEntry(dir, "mtu g2"), "1500");
 
    handlePeerGroupDelete(dir, "g1");
    EXPECT_TRUE(traces.contains("Clearing peer entry 'mtu g1' for plugin 'lacp'"));

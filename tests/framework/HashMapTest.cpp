@@ -22,122 +22,32 @@ std::vector< std::string > keys(Map & m) {
    return out;
 }
 
-TEST(HashMapTest, IteratesInInsertionOrderAndOverwritesInPlace) {
-   Map m;
-   for (const char * k : {"c", "a", "b"}) m.insert(k, 1);
-   m.insert("a", 7);
-   EXPECT_EQ(keys(m), (std::vector< std::string >{"c", "a", "b"}));
-   EXPECT_EQ(*m.get("a"), 7);
-   m.erase("a");
-   m.insert("a", 8);
-   EXPECT_EQ(keys(m), (std::vector< std::string >{"c", "b", "a"}));
-}
-
-TEST(HashMapTest, ErasingThroughTheIteratorThenAdvancingVisitsEveryEntry) {
-   Map m;
-   for (const char * k : {"a", "b", "c", "d", "e"}) m.insert(k, 1);
-   std::vector< std::string > visited;
-   for (auto & it : m) {
-      visited.push_back(it.key().stdString());
-      if (it.key() != "c") m.erase(it);
-   }
-   EXPECT_EQ(visited, (std::vector< std::string >{"a", "b", "c", "d", "e"}));
-   EXPECT_EQ(keys(m), (std::vector< std::string >{"c"}));
-   m.clear();
-   EXPECT_TRUE(m.empty());
-}
-
 Map lettered(const char * letters) {
    Map m;
    for (const char * c = letters; *c; ++c) m.insert(Kiv::String(c, 1), *c - 'a');
    return m;
 }
 
-TEST(HashMapTest, ErasingOthersAndInsertingWhileIterating) {
-   Map m = lettered("abcde");
-   std::vector< std::string > visited;
-   for (auto & it : m) {
-      visited.push_back(it.key().stdString());
-      if (it.key() == "b") {
-         m.erase("c"); // not reached yet: skipped
-         m.erase("a"); // already passed
-         m.insert("f", 5);
-         m.insert("d", 30); // overwritten in place, visited once
-      }
-   }
-   EXPECT_EQ(visited, (std::vector< std::string >{"a", "b", "d", "e", "f"}));
-   EXPECT_EQ(keys(m), (std::vector< std::string >{"b", "d", "e", "f"}));
-   EXPECT_EQ(*m.get("d"), 30);
-   EXPECT_FALSE(m.contains("c"));
-}
-
-TEST(HashMapTest, FindPositionsTheIteratorAndRewindWrapsAround) {
-   Map m = lettered("abcd");
-   auto it = m.find("c");
-   ASSERT_TRUE(it.valid());
-   EXPECT_EQ(it.value(), 2);
-   std::vector< std::string > visited;
-   for (; it.valid(); ++it) visited.push_back(it.key().stdString());
-   EXPECT_EQ(visited, (std::vector< std::string >{"c", "d"}));
-   ++it; // stays at the end
-   EXPECT_FALSE(it.valid());
-   it.rewind();
-   ASSERT_TRUE(it.valid());
-   EXPECT_EQ(it.key(), "a");
-
+// Changes while iterating are covered by the model test below.
+TEST(HashMapTest, IteratesInInsertionOrderAndOverwritesInPlace) {
+   Map m = lettered("cab");
+   m.insert("a", 7);
+   EXPECT_EQ(keys(m), (std::vector< std::string >{"c", "a", "b"}));
+   EXPECT_EQ(*m.get("a"), 7);
    m.erase("a");
-   it.rewind(); // the first entry that is still there
-   EXPECT_EQ(it.key(), "b");
-   EXPECT_FALSE(m.find("z").valid());
-   EXPECT_FALSE(Map().find("a").valid());
-}
-
-TEST(HashMapTest, ClearEmptiesTheMapAndItRefills) {
-   Map m = lettered("abcdefghijklmnopqrstuvwxyz");
-   m.clear();
-   EXPECT_TRUE(m.empty());
-   EXPECT_EQ(m.size(), 0u);
+   m.insert("a", 8);
+   EXPECT_EQ(keys(m), (std::vector< std::string >{"c", "b", "a"}));
+   {
+      auto it = m.find("a");
+      ++it;
+      ++it; // stays at the end
+      EXPECT_FALSE(it.valid());
+      EXPECT_FALSE(m.find("z").valid());
+   }
+   m.clear(); // the emptied map drops its storage on the next insertion
    EXPECT_EQ(m.get("a"), nullptr);
-   EXPECT_TRUE(keys(m).empty());
    m.insert("z", 1);
-   m.insert("a", 2);
-   EXPECT_EQ(keys(m), (std::vector< std::string >{"z", "a"}));
-}
-
-TEST(HashMapTest, CompactionAfterManyErasuresKeepsOrderAndLookups) {
-   Kiv::HashMap< int, int > m;
-   for (int i = 0; i < 200; ++i) m.insert(i, i * 10);
-   for (int i = 0; i < 200; ++i) {
-      if (i % 7 != 0) m.erase(i);
-   }
-   for (int i = 200; i < 260; ++i) m.insert(i, i * 10); // compacts on the way
-   std::vector< int > expected;
-   for (int i = 0; i < 200; i += 7) expected.push_back(i);
-   for (int i = 200; i < 260; ++i) expected.push_back(i);
-   std::vector< int > order;
-   for (auto & it : m) {
-      order.push_back(it.key());
-      EXPECT_EQ(it.value(), it.key() * 10);
-   }
-   EXPECT_EQ(order, expected);
-   EXPECT_EQ(m.size(), expected.size());
-   for (int i = 0; i < 260; ++i) {
-      const int * v = m.get(i);
-      EXPECT_EQ(v != nullptr, i >= 200 || i % 7 == 0) << i;
-   }
-}
-
-TEST(HashMapTest, ALiveIteratorHoldsItsPlaceThroughChurn) {
-   Kiv::HashMap< int, int > m;
-   for (int i = 0; i < 100; ++i) m.insert(i, i);
-   auto it = m.find(50);
-   for (int i = 0; i < 100; ++i) {
-      if (i != 50) m.erase(i);
-   }
-   for (int i = 100; i < 300; ++i) m.insert(i, i);
-   EXPECT_EQ(it.key(), 50);
-   ++it;
-   EXPECT_EQ(it.key(), 100); // entries inserted meanwhile follow in order
+   EXPECT_EQ(keys(m), (std::vector< std::string >{"z"}));
 }
 
 TEST(HashMapTest, InsertTakesItsValueFromTheSameMap) {

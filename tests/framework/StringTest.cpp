@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -13,30 +12,22 @@
 namespace {
 
 TEST(StringTest, CopiesShareOneBufferAndMovesEmptyTheSource) {
-   Kiv::String a("Port-Channel10");
-   Kiv::String b = a;
-   EXPECT_EQ(a.charPtr(), b.charPtr());
-   Kiv::String c;
-   c = b;
-   EXPECT_EQ(c.charPtr(), a.charPtr());
-   Kiv::String & alias = c;
-   c = alias;
-   EXPECT_EQ(c, "Port-Channel10");
-   Kiv::String moved = std::move(b);
-   EXPECT_EQ(moved.charPtr(), a.charPtr());
-   EXPECT_TRUE(b.empty());
-   a = Kiv::String();
-   EXPECT_EQ(moved, "Port-Channel10"); // the shared buffer outlives the first holder
-}
-
-TEST(StringTest, SharingStaysCorrectWithThreadSafeCounts) {
-   Kiv::enableThreadSafePointersIs(true);
-   {
-      Kiv::String a("vlan");
-      std::vector< Kiv::String > copies(8, a);
-      a = "other";
-      copies.resize(1);
-      EXPECT_EQ(copies[0], "vlan");
+   for (bool atomic : {false, true}) {
+      Kiv::enableThreadSafePointersIs(atomic);
+      Kiv::String a("Port-Channel10");
+      Kiv::String b = a;
+      EXPECT_EQ(a.charPtr(), b.charPtr());
+      Kiv::String c;
+      c = b;
+      Kiv::String & alias = c;
+      c = alias;
+      EXPECT_EQ(c.charPtr(), a.charPtr());
+      Kiv::String moved = std::move(b);
+      EXPECT_EQ(moved.charPtr(), a.charPtr());
+      EXPECT_TRUE(b.empty());
+      a = Kiv::String();
+      c = "other";
+      EXPECT_EQ(moved, "Port-Channel10"); // the shared buffer outlives its other holders
    }
    Kiv::enableThreadSafePointersIs(false);
 }
@@ -50,13 +41,11 @@ TEST(StringTest, EmptyStringIsOneValueHoweverMade) {
                                 Kiv::String("abc").substr(3),
                                 Kiv::String() + ""};
    for (const Kiv::String & s : texts) {
-      EXPECT_TRUE(s.empty());
       EXPECT_EQ(s.size(), 0u);
       EXPECT_STREQ(s.charPtr(), "");
       EXPECT_EQ(s.begin(), s.end());
       EXPECT_EQ(s, Kiv::String());
       EXPECT_EQ(s.hash(), Kiv::String::hashOf(""));
-      EXPECT_FALSE(s < Kiv::String());
    }
 }
 
@@ -66,12 +55,8 @@ TEST(StringTest, EqualTextsHaveEqualCachedHashes) {
    EXPECT_NE(a.charPtr(), b.charPtr());
    EXPECT_EQ(a, b);
    EXPECT_EQ(a.hash(), b.hash());
-   EXPECT_EQ(a.hash(), Kiv::String::hashOf("mtu mlag10"));
-   EXPECT_EQ(std::hash< Kiv::String >()(a), a.hash());
    EXPECT_EQ(std::hash< Kiv::Name >()(Kiv::Name("mtu mlag10")), a.hash());
-   EXPECT_NE(Kiv::String("mtu"), Kiv::String("mtv"));
-   std::unordered_set< Kiv::String > set{a, b, "x"};
-   EXPECT_EQ(set.size(), 2u);
+   EXPECT_EQ((std::unordered_set< Kiv::String >{a, b, "x"}).size(), 2u);
 }
 
 TEST(StringTest, EmbeddedNulIsPartOfTheText) {
@@ -94,40 +79,28 @@ TEST(StringTest, OrderingIsByteWiseLikeStdString) {
    }
 }
 
-struct SubstrCase {
-   std::size_t start;
-   std::size_t length;
-   const char * expected;
-};
-
-void PrintTo(const SubstrCase & c, std::ostream * os) {
-   *os << "substr(" << c.start << ", " << c.length << ")";
+TEST(StringTest, SubstrStaysWithinTheText) {
+   struct Case {
+      std::size_t start;
+      std::size_t length;
+      const char * expected;
+   };
+   for (const Case & c :
+        {Case{0, 3, "mtu"}, Case{8, 100, "10"}, Case{4, std::string::npos, "mlag10"},
+         Case{9, 1, "0"}, Case{10, 1, ""}, Case{11, 0, ""}, Case{2, 0, ""}}) {
+      EXPECT_EQ(Kiv::String("mtu mlag10").substr(c.start, c.length), c.expected)
+         << c.start << ", " << c.length;
+   }
 }
-
-class StringSubstrTest : public ::testing::TestWithParam< SubstrCase > {};
-
-TEST_P(StringSubstrTest, StaysWithinTheText) {
-   const SubstrCase & c = GetParam();
-   EXPECT_EQ(Kiv::String("mtu mlag10").substr(c.start, c.length), c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(StringTest, StringSubstrTest,
-                         ::testing::Values(SubstrCase{0, 3, "mtu"}, SubstrCase{4, 4, "mlag"},
-                                           SubstrCase{8, 100, "10"},
-                                           SubstrCase{4, std::string::npos, "mlag10"},
-                                           SubstrCase{9, 1, "0"}, SubstrCase{10, 1, ""},
-                                           SubstrCase{11, 0, ""}, SubstrCase{2, 0, ""}));
 
 TEST(StringTest, ConcatenationInEveryForm) {
    Kiv::String mtu("mtu");
    EXPECT_EQ(mtu + " mlag", "mtu mlag");
    EXPECT_EQ(mtu + Kiv::String("10"), "mtu10");
    EXPECT_EQ("lacp " + mtu, "lacp mtu");
-   EXPECT_EQ(Kiv::String() + mtu, "mtu");
-   EXPECT_EQ(mtu + "", "mtu");
    EXPECT_EQ(mtu + std::string(" 9000"), "mtu 9000");
    EXPECT_EQ(mtu + std::string_view("!"), "mtu!");
-   EXPECT_EQ(mtu + mtu + mtu, "mtumtumtu");
+   EXPECT_EQ(mtu + "", "mtu");
    EXPECT_EQ(mtu, "mtu"); // the operands are unchanged
 }
 
@@ -136,7 +109,6 @@ TEST(StringTest, NameParsesItsStringFormAndAdvances) {
    const char * p = text.data();
    Kiv::Name name(p, text.data() + text.size());
    EXPECT_EQ(name, "Port-Channel10");
-   EXPECT_EQ(name, Kiv::String("Port-Channel10"));
    EXPECT_EQ(std::string(p), ", 'x'");
 
    const std::string bad = "Port-Channel10";

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include "ParamName.h"
 
 namespace {
@@ -46,19 +44,18 @@ TEST(CatalogTest, EveryCheckedParameterWithScopeDefaultAndOverrides) {
       seen.push_back(e.name + " | " + e.attribute + " | " + (e.collection ? "c" : "v") + " | " +
                      e.model + " | " + e.scope + " | " + e.defaultVal);
    }
-   EXPECT_EQ(seen, (std::vector< std::string >{
-                      "vlan mode | mode | v |  | global | access",
-                      "allowed vlan | allowed | c |  | global | ",
-                      "vlan | plain | c |  | global | ",
-                      "mtu | mtu | v | intfConfig | MLAG id | 1500",
-                      "x | x | v | mixed | interface or group | ",
-                      "y | y | v | unused | interface or group | ",
-                      "name | name | v | vlanConfig | group | ",
-                      "state | state | v | vlanConfig/member | interface | "}));
+   EXPECT_EQ(
+      seen,
+      (std::vector< std::string >{
+         "vlan mode | mode | v |  | global | access", "allowed vlan | allowed | c |  | global | ",
+         "vlan | plain | c |  | global | ", "mtu | mtu | v | intfConfig | MLAG id | 1500",
+         "x | x | v | mixed | interface or group | ", "y | y | v | unused | interface or group | ",
+         "name | name | v | vlanConfig | group | ",
+         "state | state | v | vlanConfig/member | interface | "}));
    EXPECT_TRUE(entries[3].absenceImpliesDefault);
    EXPECT_TRUE(entries[3].mlagInterfacesOnly);
-   EXPECT_EQ(entries[3].overrides, (std::map< std::string, std::string >{{"false", "off"},
-                                                                          {"true", "on"}}));
+   EXPECT_EQ(entries[3].overrides,
+             (std::map< std::string, std::string >{{"false", "off"}, {"true", "on"}}));
 
    const nlohmann::json json = MlagTool::catalogJson(entries);
    ASSERT_EQ(json["plugins"]["vlan"].size(), entries.size());
@@ -71,48 +68,41 @@ TEST(CatalogTest, EveryCheckedParameterWithScopeDefaultAndOverrides) {
    EXPECT_EQ(MlagTool::catalogTable({}), "no parameters are checked\n");
 }
 
-struct NameCase {
-   const char * parameter;
-   const char * groupId;
-   bool interfaceTable;
-   Scope scope;
-   const char * name;
-   const char * member;
-   const char * group;
-   const char * mlagId;
-};
-
-void PrintTo(const NameCase & c, std::ostream * os) { *os << "'" << c.parameter << "'"; }
-
-class ParamNameTest : public ::testing::TestWithParam< NameCase > {};
-
-TEST_P(ParamNameTest, NamesReadBackIntoTheirParts) {
-   const NameCase & c = GetParam();
-   const MlagTool::ParamNameReader reader(MlagTool::catalog(scenario()), "vlan");
-   const MlagTool::ParamName n = reader.read(c.parameter, c.groupId, c.interfaceTable);
-   EXPECT_EQ(n.scope, c.scope);
-   EXPECT_EQ(n.name, c.name);
-   EXPECT_EQ(n.member, c.member);
-   EXPECT_EQ(n.group, c.group);
-   EXPECT_EQ(n.mlagId, c.mlagId);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-   Names, ParamNameTest,
-   ::testing::Values(
-      NameCase{"vlan mode", "", false, Scope::global, "vlan mode", "", "", ""},
+TEST(CatalogTest, ParameterNamesReadBackIntoTheirParts) {
+   struct Case {
+      const char * parameter;
+      const char * groupId;
+      bool interfaceTable;
+      Scope scope;
+      const char * name;
+      const char * member;
+      const char * group;
+      const char * mlagId;
+   };
+   const Case cases[] = {
+      {"vlan mode", "", false, Scope::global, "vlan mode", "", "", ""},
       // The longest collection name wins: "allowed vlan", not "vlan".
-      NameCase{"30 allowed vlan", "", false, Scope::global, "allowed vlan", "30", "", ""},
-      NameCase{"30 vlan", "", false, Scope::global, "vlan", "30", "", ""},
-      NameCase{"mtu mlag10", "", true, Scope::mlagId, "mtu", "", "", "10"},
+      {"30 allowed vlan", "", false, Scope::global, "allowed vlan", "30", "", ""},
+      {"30 vlan", "", false, Scope::global, "vlan", "30", "", ""},
+      {"mtu mlag10", "", true, Scope::mlagId, "mtu", "", "", "10"},
       // Only MLAG-only descriptors append an MLAG id.
-      NameCase{"x mlag10", "", true, Scope::interface, "x mlag10", "", "", ""},
-      NameCase{"x", "", true, Scope::interface, "x", "", "", ""},
-      NameCase{"name vlan10", "vlan10", false, Scope::group, "name", "", "vlan10", ""},
-      NameCase{"unknown vlan10", "vlan10", false, Scope::group, "unknown", "", "vlan10", ""},
+      {"x mlag10", "", true, Scope::interface, "x mlag10", "", "", ""},
+      {"x", "", true, Scope::interface, "x", "", "", ""},
+      {"name vlan10", "vlan10", false, Scope::group, "name", "", "vlan10", ""},
+      {"unknown vlan10", "vlan10", false, Scope::group, "unknown", "", "vlan10", ""},
       // A group id the name does not end in is no group suffix.
-      NameCase{"vlan mode", "vlan10", false, Scope::global, "vlan mode", "", "", ""},
-      NameCase{"not known", "", false, Scope::global, "not known", "", "", ""},
-      NameCase{"mtu mlag", "", true, Scope::interface, "mtu mlag", "", "", ""}));
+      {"vlan mode", "vlan10", false, Scope::global, "vlan mode", "", "", ""},
+      {"not known", "", false, Scope::global, "not known", "", "", ""},
+      {"mtu mlag", "", true, Scope::interface, "mtu mlag", "", "", ""}};
+   const MlagTool::ParamNameReader reader(MlagTool::catalog(scenario()), "vlan");
+   for (const Case & c : cases) {
+      const MlagTool::ParamName n = reader.read(c.parameter, c.groupId, c.interfaceTable);
+      EXPECT_EQ(n.scope, c.scope) << c.parameter;
+      EXPECT_EQ(n.name, c.name) << c.parameter;
+      EXPECT_EQ(n.member, c.member) << c.parameter;
+      EXPECT_EQ(n.group, c.group) << c.parameter;
+      EXPECT_EQ(n.mlagId, c.mlagId) << c.parameter;
+   }
+}
 
 } // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include "Report.h"
 
 namespace {
@@ -12,61 +10,48 @@ using MlagTool::ComparedValue;
 using MlagTool::Row;
 using MlagTool::Status;
 
-struct ReasonCase {
-   const char * local;
-   const char * peer;
-   const char * defaultVal;
-   const char * provisionalIn;
-   const char * verdict;
-   const char * reason;
-};
-
-void PrintTo(const ReasonCase & c, std::ostream * os) {
-   *os << "local '" << c.local << "' peer '" << c.peer << "' default '" << c.defaultVal << "'"
-       << (*c.provisionalIn ? " provisional" : "");
-}
-
-class VerdictReasonTest : public ::testing::TestWithParam< ReasonCase > {};
-
-TEST_P(VerdictReasonTest, VerdictOnEffectiveValuesAndItsReason) {
-   const ReasonCase & c = GetParam();
-   ComparedValue v;
-   v.plugin = "lacp";
-   v.row.parameter = "mtu mlag10";
-   v.row.interface = "Port-Channel10";
-   v.row.local = c.local;
-   v.row.peer = c.peer;
-   v.row.defaultVal = c.defaultVal;
-   v.row.status = MlagTool::compareValues(c.local, c.peer, c.defaultVal);
-   v.provisionalIn = c.provisionalIn;
-   EXPECT_STREQ(MlagTool::verdictText(v.row.status), c.verdict);
-   EXPECT_EQ(MlagTool::reason(v, {"A", "B"}), c.reason);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-   Rules, VerdictReasonTest,
-   ::testing::Values(
-      ReasonCase{"9000", "9000", "", "", "agree", "both have 9000"},
-      ReasonCase{"", "", "1500", "", "agree", "both leave it unset (default 1500)"},
-      ReasonCase{"", "", "", "", "agree", "neither has a value"},
-      ReasonCase{"", "1500", "1500", "", "agree",
-                 "A leaves it unset and its default 1500 is B's value"},
-      ReasonCase{"1500", "", "1500", "", "agree",
-                 "B leaves it unset and its default 1500 is A's value"},
-      ReasonCase{"9000", "1500", "", "", "differ", "A has 9000, B has 1500"},
+TEST(ComparisonTest, VerdictOnEffectiveValuesAndItsReason) {
+   struct Case {
+      const char * local;
+      const char * peer;
+      const char * defaultVal;
+      const char * provisionalIn;
+      const char * verdict;
+      const char * reason;
+   };
+   const Case cases[] = {
+      {"9000", "9000", "", "", "agree", "both have 9000"},
+      {"", "", "1500", "", "agree", "both leave it unset (default 1500)"},
+      {"", "", "", "", "agree", "neither has a value"},
+      {"", "1500", "1500", "", "agree", "A leaves it unset and its default 1500 is B's value"},
+      {"1500", "", "1500", "", "agree", "B leaves it unset and its default 1500 is A's value"},
+      {"9000", "1500", "", "", "differ", "A has 9000, B has 1500"},
       // The default never hides a real difference.
-      ReasonCase{"9000", "1500", "1500", "", "differ", "A has 9000, B has 1500"},
-      ReasonCase{"", "9000", "1500", "", "differ",
-                 "A leaves it unset (default 1500), B has 9000"},
-      ReasonCase{"9000", "", "1500", "", "differ",
-                 "A has 9000, B leaves it unset (default 1500)"},
-      ReasonCase{"9000", "", "", "", "onlyOnFirst",
-                 "only A has a value (9000); B has none and no default is known"},
-      ReasonCase{"", "9000", "", "", "onlyOnSecond",
-                 "only B has a value (9000); A has none and no default is known"},
-      ReasonCase{"", "9000", "", "A", "onlyOnSecond",
-                 "only B has a value (9000); A has none and no default is known; A has no entry "
-                 "of its own for Port-Channel10 (the peer value waits under the provisional key)"}));
+      {"9000", "1500", "1500", "", "differ", "A has 9000, B has 1500"},
+      {"", "9000", "1500", "", "differ", "A leaves it unset (default 1500), B has 9000"},
+      {"9000", "", "1500", "", "differ", "A has 9000, B leaves it unset (default 1500)"},
+      {"9000", "", "", "", "onlyOnFirst",
+       "only A has a value (9000); B has none and no default is known"},
+      {"", "9000", "", "", "onlyOnSecond",
+       "only B has a value (9000); A has none and no default is known"},
+      {"", "9000", "", "A", "onlyOnSecond",
+       "only B has a value (9000); A has none and no default is known; A has no entry of its own "
+       "for Port-Channel10 (the peer value waits under the provisional key)"},
+   };
+   for (const Case & c : cases) {
+      ComparedValue v;
+      v.plugin = "lacp";
+      v.row.parameter = "mtu mlag10";
+      v.row.interface = "Port-Channel10";
+      v.row.local = c.local;
+      v.row.peer = c.peer;
+      v.row.defaultVal = c.defaultVal;
+      v.row.status = MlagTool::compareValues(c.local, c.peer, c.defaultVal);
+      v.provisionalIn = c.provisionalIn;
+      EXPECT_STREQ(MlagTool::verdictText(v.row.status), c.verdict) << c.reason;
+      EXPECT_EQ(MlagTool::reason(v, {"A", "B"}), c.reason);
+   }
+}
 
 nlohmann::json plugin(nlohmann::json global, nlohmann::json interface) {
    return {{"global", std::move(global)},
@@ -82,18 +67,16 @@ nlohmann::json entry(const char * local, const char * peer, const char * default
 // has its own entry, B holds A's value under the provisional key; and a
 // domain id entry that B's results hold and A's have lost.
 nlohmann::json pairResult() {
-   nlohmann::json a = plugin(
-      {{"peer link", {{"groupId", ""}, {"local", "Po1"}, {"peer", "Po1"}}}},
-      {{"mtu mlag10", {{"Port-Channel10", entry("9000", "", "1500")}}},
-       {"mtu mlag30", {{"Port-Channel30", entry("9214", "", "1500")}}}});
-   nlohmann::json b = plugin(
-      {{"domain id", {{"groupId", ""}, {"local", "pod1"}, {"peer", ""}}},
-       {"peer link", {{"groupId", ""}, {"local", "Po1"}, {"peer", "Po1"}}}},
-      {{"mtu mlag10", {{"Port-Channel10", entry("", "9000", "1500")}}},
-       {"mtu mlag30", {{"PeerPort-Channel30", entry("", "9214", "")}}}});
-   return {{"switches",
-            {{{"name", "A"}, {"plugins", {{"mlag", a}}}},
-             {{"name", "B"}, {"plugins", {{"mlag", b}}}}}}};
+   nlohmann::json a = plugin({{"peer link", {{"groupId", ""}, {"local", "Po1"}, {"peer", "Po1"}}}},
+                             {{"mtu mlag10", {{"Port-Channel10", entry("9000", "", "1500")}}},
+                              {"mtu mlag30", {{"Port-Channel30", entry("9214", "", "1500")}}}});
+   nlohmann::json b = plugin({{"domain id", {{"groupId", ""}, {"local", "pod1"}, {"peer", ""}}},
+                              {"peer link", {{"groupId", ""}, {"local", "Po1"}, {"peer", "Po1"}}}},
+                             {{"mtu mlag10", {{"Port-Channel10", entry("", "9000", "1500")}}},
+                              {"mtu mlag30", {{"PeerPort-Channel30", entry("", "9214", "")}}}});
+   return {
+      {"switches",
+       {{{"name", "A"}, {"plugins", {{"mlag", a}}}}, {{"name", "B"}, {"plugins", {{"mlag", b}}}}}}};
 }
 
 TEST(ComparisonTest, MirroredEntriesMergeOthersStaySeparate) {
@@ -128,16 +111,16 @@ TEST(ComparisonTest, ReportJsonRowsCountsAndConsistencyFollowTheExitRule) {
    nlohmann::json result = pairResult();
    nlohmann::json report = MlagTool::reportJson(result, {});
    EXPECT_EQ(report["switches"], (nlohmann::json{"A", "B"}));
-   EXPECT_EQ(report["counts"], (nlohmann::json{{"agree", 1},
-                                               {"differ", 2},
-                                               {"onlyOnFirst", 1},
-                                               {"onlyOnSecond", 1},
-                                               {"total", 5}}));
+   EXPECT_EQ(
+      report["counts"],
+      (nlohmann::json{
+         {"agree", 1}, {"differ", 2}, {"onlyOnFirst", 1}, {"onlyOnSecond", 1}, {"total", 5}}));
    EXPECT_FALSE(report["consistent"].get< bool >());
 
    const nlohmann::json & mtu = report["rows"][2];
    EXPECT_EQ(mtu["scope"], "interface");
-   EXPECT_EQ(mtu["first"], (nlohmann::json{{"switch", "A"}, {"raw", "9000"}, {"effective", "9000"}}));
+   EXPECT_EQ(mtu["first"],
+             (nlohmann::json{{"switch", "A"}, {"raw", "9000"}, {"effective", "9000"}}));
    EXPECT_EQ(mtu["second"], (nlohmann::json{{"switch", "B"}, {"raw", ""}, {"effective", "1500"}}));
    EXPECT_EQ(mtu["verdict"], "differ");
    EXPECT_EQ(mtu["reason"], "A has 9000, B leaves it unset (default 1500)");
