@@ -64,8 +64,11 @@ void doInsertLocalIntfParam(PluginDirPtr pluginPtr, Kiv::String paramName, Kiv::
    Kiv::Ptr< ConfigIntfDiff > entry = table->configIntfDiff(Kiv::Name(intfName));
    if (!entry) {
       // A peer value that arrived first waits under the provisional key; the
-      // new entry adopts it.
-      Kiv::Ptr< ConfigIntfDiff > provisional = table->configIntfDiff(provisionalPeerKey(intfName));
+      // new entry adopts it. A table created just now holds none.
+      Kiv::Ptr< ConfigIntfDiff > provisional;
+      if (table->configIntfDiffSize() != 0) {
+         provisional = table->configIntfDiff(provisionalPeerKey(intfName));
+      }
       entry = table->configIntfDiffIs(Kiv::Name(intfName));
       if (provisional) {
          entry->peerValIs(provisional->peerVal());

@@ -124,11 +124,12 @@ class EntityTable {
    template < class... A >
    std::pair< Ptr< T >, bool > getOrCreate(const K & key, Entity * owner, const String & attrName,
                                           A &&... args) {
-      if (const Ptr< T > * v = map_.get(key)) return {*v, false};
-      Ptr< T > created = kivNew< T >(std::forward< A >(args)...);
-      created->kivParentIs(owner, attrName);
-      map_.insert(key, created);
-      return {created, true};
+      auto [member, created] =
+         map_.getOrInsert(key, [&] { return kivNew< T >(std::forward< A >(args)...); });
+      // A copy: the stored pointer moves when the map grows.
+      Ptr< T > result = *member;
+      if (created) result->kivParentIs(owner, attrName);
+      return {result, created};
    }
    // Removes and returns the member (null when absent).
    Ptr< T > del(const K & key) {

@@ -169,6 +169,22 @@ class HashMap {
       return {&slots_.back().value, true};
    }
 
+   // The value under `key`; when absent, inserts `make()` first (one lookup
+   // either way). Nothing changes when `make` throws. Returns the stored
+   // value and whether it was inserted.
+   template < class F >
+   std::pair< V *, bool > getOrInsert(const K & key, F && make) {
+      std::uint32_t h = hashOf(key);
+      std::size_t pos = lookup(key, h);
+      if (pos != npos) return {&slots_[pos].value, false};
+      Slot fresh{key, make(), h, true};
+      maybeCompact();
+      slots_.push_back(std::move(fresh));
+      ++live_;
+      indexAdd(slots_.size() - 1, h);
+      return {&slots_.back().value, true};
+   }
+
    // Removes `key`; returns whether it was present.
    bool erase(const K & key) {
       std::size_t pos = lookup(key, hashOf(key));
@@ -195,6 +211,11 @@ class HashMap {
    static std::uint32_t hashOf(const K & key) {
       return static_cast< std::uint32_t >(Hash()(key));
    }
+   static std::uint64_t entryOf(std::size_t pos, std::uint32_t h) {
+      return (std::uint64_t(h) << 32) | std::uint64_t(pos + 1);
+   }
+   static std::size_t posOfEntry(std::uint64_t entry) { return std::uint32_t(entry) - 1; }
+   static std::uint32_t hashOfEntry(std::uint64_t entry) { return std::uint32_t(entry >> 32); }
    std::size_t bucketOf(std::uint32_t h) const {
       return (std::uint32_t(h * 2654435769u) >> shift_) & (index_.size() - 1);
    }
@@ -208,10 +229,13 @@ class HashMap {
          return npos;
       }
       for (std::size_t b = bucketOf(h);; b = (b + 1) & (index_.size() - 1)) {
-         std::uint32_t entry = index_[b];
+         std::uint64_t entry = index_[b];
          if (entry == 0) return npos;
-         const Slot & s = slots_[entry - 1];
-         if (s.hash == h && s.key == key) return entry - 1;
+         // The index holds each entry's hash: a probe touches a slot (and
+         // its key) only on a hash match, which keeps big maps cache-friendly.
+         if (hashOfEntry(entry) == h && slots_[posOfEntry(entry)].key == key) {
+            return posOfEntry(entry);
+         }
       }
    }
 
@@ -226,7 +250,7 @@ class HashMap {
       }
       std::size_t b = bucketOf(h);
       while (index_[b] != 0) b = (b + 1) & (index_.size() - 1);
-      index_[b] = static_cast< std::uint32_t >(pos + 1);
+      index_[b] = entryOf(pos, h);
    }
 
    // Linear probing with backward-shift deletion: no tombstones in the index.
@@ -234,10 +258,10 @@ class HashMap {
       if (index_.empty()) return;
       std::size_t mask = index_.size() - 1;
       std::size_t b = bucketOf(slots_[pos].hash);
-      while (index_[b] != pos + 1) b = (b + 1) & mask;
+      while (posOfEntry(index_[b]) != pos) b = (b + 1) & mask;
       std::size_t hole = b;
       for (std::size_t next = (hole + 1) & mask; index_[next] != 0; next = (next + 1) & mask) {
-         std::size_t home = bucketOf(slots_[index_[next] - 1].hash);
+         std::size_t home = bucketOf(hashOfEntry(index_[next]));
          // Move the entry into the hole unless its home lies cyclically in (hole, next].
          bool stays = hole <= next ? (home > hole && home <= next) : (home > hole || home <= next);
          if (!stays) {
@@ -256,7 +280,7 @@ class HashMap {
          if (!slots_[pos].live) continue;
          std::size_t b = bucketOf(slots_[pos].hash);
          while (index_[b] != 0) b = (b + 1) & (buckets - 1);
-         index_[b] = static_cast< std::uint32_t >(pos + 1);
+         index_[b] = entryOf(pos, slots_[pos].hash);
       }
    }
 
@@ -294,7 +318,9 @@ class HashMap {
    }
 
    std::vector< Slot > slots_;          // insertion order; erased slots stay until compaction
-   std::vector< std::uint32_t > index_; // bucket -> slot position + 1; 0 = empty
+   // bucket -> the slot's hash (high half) and its position + 1 (low half);
+   // 0 = empty
+   std::vector< std::uint64_t > index_;
    // Counts fit 32 bits: the index stores slot positions in 32 bits too.
    std::uint32_t shift_ = 28;
    std::uint32_t live_ = 0;

@@ -74,7 +74,9 @@ String operator+(const String & a, const char * b) { return a + std::string_view
 
 String operator+(const String & a, const std::string & b) { return a + std::string_view(b); }
 
-String operator+(const char * a, const String & b) { return String(a) + b.view(); }
+String operator+(const char * a, const String & b) {
+   return String::join({std::string_view(a ? a : ""), b.view()});
+}
 
 std::ostream & operator<<(std::ostream & os, const String & s) { return os << s.view(); }
 
