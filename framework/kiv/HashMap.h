@@ -162,11 +162,7 @@ class HashMap {
          slots_[pos].value = std::move(fresh.value);
          return {&slots_[pos].value, false};
       }
-      maybeCompact();
-      slots_.push_back(std::move(fresh));
-      ++live_;
-      indexAdd(slots_.size() - 1, h);
-      return {&slots_.back().value, true};
+      return {append(std::move(fresh)), true};
    }
 
    // The value under `key`; when absent, inserts `make()` first (one lookup
@@ -177,12 +173,7 @@ class HashMap {
       std::uint32_t h = hashOf(key);
       std::size_t pos = lookup(key, h);
       if (pos != npos) return {&slots_[pos].value, false};
-      Slot fresh{key, make(), h, true};
-      maybeCompact();
-      slots_.push_back(std::move(fresh));
-      ++live_;
-      indexAdd(slots_.size() - 1, h);
-      return {&slots_.back().value, true};
+      return {append(Slot{key, make(), h, true}), true};
    }
 
    // Removes `key`; returns whether it was present.
@@ -211,11 +202,6 @@ class HashMap {
    static std::uint32_t hashOf(const K & key) {
       return static_cast< std::uint32_t >(Hash()(key));
    }
-   static std::uint64_t entryOf(std::size_t pos, std::uint32_t h) {
-      return (std::uint64_t(h) << 32) | std::uint64_t(pos + 1);
-   }
-   static std::size_t posOfEntry(std::uint64_t entry) { return std::uint32_t(entry) - 1; }
-   static std::uint32_t hashOfEntry(std::uint64_t entry) { return std::uint32_t(entry >> 32); }
    std::size_t bucketOf(std::uint32_t h) const {
       return (std::uint32_t(h * 2654435769u) >> shift_) & (index_.size() - 1);
    }
@@ -229,14 +215,21 @@ class HashMap {
          return npos;
       }
       for (std::size_t b = bucketOf(h);; b = (b + 1) & (index_.size() - 1)) {
-         std::uint64_t entry = index_[b];
+         std::uint32_t entry = index_[b];
          if (entry == 0) return npos;
-         // The index holds each entry's hash: a probe touches a slot (and
-         // its key) only on a hash match, which keeps big maps cache-friendly.
-         if (hashOfEntry(entry) == h && slots_[posOfEntry(entry)].key == key) {
-            return posOfEntry(entry);
-         }
+         const Slot & s = slots_[entry - 1];
+         if (s.hash == h && s.key == key) return entry - 1;
       }
+   }
+
+   // Stores a new live entry last in iteration order; returns its value.
+   V * append(Slot && fresh) {
+      maybeCompact();
+      const std::uint32_t h = fresh.hash;
+      slots_.push_back(std::move(fresh));
+      ++live_;
+      indexAdd(slots_.size() - 1, h);
+      return &slots_.back().value;
    }
 
    void indexAdd(std::size_t pos, std::uint32_t h) {
@@ -250,7 +243,7 @@ class HashMap {
       }
       std::size_t b = bucketOf(h);
       while (index_[b] != 0) b = (b + 1) & (index_.size() - 1);
-      index_[b] = entryOf(pos, h);
+      index_[b] = static_cast< std::uint32_t >(pos + 1);
    }
 
    // Linear probing with backward-shift deletion: no tombstones in the index.
@@ -258,10 +251,10 @@ class HashMap {
       if (index_.empty()) return;
       std::size_t mask = index_.size() - 1;
       std::size_t b = bucketOf(slots_[pos].hash);
-      while (posOfEntry(index_[b]) != pos) b = (b + 1) & mask;
+      while (index_[b] != pos + 1) b = (b + 1) & mask;
       std::size_t hole = b;
       for (std::size_t next = (hole + 1) & mask; index_[next] != 0; next = (next + 1) & mask) {
-         std::size_t home = bucketOf(hashOfEntry(index_[next]));
+         std::size_t home = bucketOf(slots_[index_[next] - 1].hash);
          // Move the entry into the hole unless its home lies cyclically in (hole, next].
          bool stays = hole <= next ? (home > hole && home <= next) : (home > hole || home <= next);
          if (!stays) {
@@ -280,7 +273,7 @@ class HashMap {
          if (!slots_[pos].live) continue;
          std::size_t b = bucketOf(slots_[pos].hash);
          while (index_[b] != 0) b = (b + 1) & (buckets - 1);
-         index_[b] = entryOf(pos, slots_[pos].hash);
+         index_[b] = static_cast< std::uint32_t >(pos + 1);
       }
    }
 
@@ -318,9 +311,7 @@ class HashMap {
    }
 
    std::vector< Slot > slots_;          // insertion order; erased slots stay until compaction
-   // bucket -> the slot's hash (high half) and its position + 1 (low half);
-   // 0 = empty
-   std::vector< std::uint64_t > index_;
+   std::vector< std::uint32_t > index_; // bucket -> slot position + 1; 0 = empty
    // Counts fit 32 bits: the index stores slot positions in 32 bits too.
    std::uint32_t shift_ = 28;
    std::uint32_t live_ = 0;
