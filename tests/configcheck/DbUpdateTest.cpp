@@ -20,30 +20,30 @@ class DbUpdateTest : public ::testing::Test {
    }
 };
 
-TEST_F(DbUpdateTest, AGlobalEntityPublishesDefaultsOverridesAndCollections) {
+// Names the entity lacks, or has in the other shape (a collection named as a
+// scalar, a scalar as a collection), are skipped. A value equal to its
+// default stays in the record; only a member's outer quotes come off.
+TEST_F(DbUpdateTest, AGlobalEntityPublishesWhatItHasInTheShapeNamed) {
    desc->attrNameIs("priority", "system priority");
-   desc->attrNameIs("mode", "lacp mode");
-   desc->attrNameIs("speed", "speed"); // not an attribute of the entity: skipped
+   desc->attrNameIs("speed", "speed");
+   desc->attrNameIs("vlan", "vlan as scalar");
+   desc->collectionNameIs("priority", "priority as collection");
    desc->collectionNameIs("vlan", "allowed vlan");
    desc->valueStrOverrideIs("active", "on");
    desc->defaultValIs("priority", "32768");
    config->valueIs("priority", Kiv::Value::integer(32768));
-   config->valueIs("mode", Kiv::Value::string("active"));
    config->memberIs("vlan", "10", Kiv::Value::string("active"));
    config->memberIs("vlan", "20", Kiv::Value::string("'quoted'"));
    publish("Local");
 
    EXPECT_EQ(localEntry(dir, "system priority"), "32768");
-   EXPECT_EQ(localEntry(dir, "lacp mode"), "on");
-   EXPECT_EQ(localEntry(dir, "10 allowed vlan"), "on");
-   EXPECT_EQ(localEntry(dir, "speed"), none);
-   EXPECT_EQ(dir->configIntfDirSize(), 0u);
    EXPECT_EQ(record->attr("priority"), "32768");
-   EXPECT_EQ(record->attr("mode"), "on");
-   EXPECT_FALSE(record->attrHas("speed"));
+   EXPECT_EQ(localEntry(dir, "10 allowed vlan"), "on");
    EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "10")), "on");
-   // Only the outer quotes come off; inner ones stay escaped.
    EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "20")), "\\'quoted\\'");
+   EXPECT_EQ(dir->configGlobalDiffSize(), 3u);
+   EXPECT_EQ(dir->configIntfDirSize(), 0u);
+   EXPECT_EQ(record->attrSize(), 1u);
 }
 
 TEST_F(DbUpdateTest, AbsenceImpliesDefaultKeepsDefaultsOutOfTheRecordOnly) {
@@ -68,32 +68,42 @@ TEST_F(DbUpdateTest, AbsenceImpliesDefaultKeepsDefaultsOutOfTheRecordOnly) {
    EXPECT_EQ(intfEntry(dir, "10 vlan", "Ethernet1")->defaultVal(), "allowed");
 }
 
+// After an MLAG id change one call moves the entries: the old entry keeps
+// only the peer's value, under the provisional key. Without an entity only
+// that removal is done; without a record the local table is written anyway.
 TEST_F(DbUpdateTest, AnMlagIdChangeMovesTheEntriesInOneCall) {
    desc->mlagInterfacesOnlyIs(true);
-   desc->attrNameIs("mode", "lacp mode");
+   desc->attrNameIs("mode", "mode");
+   desc->collectionNameIs("vlan", "vlan");
    config->valueIs("mode", Kiv::Value::string("active"));
+   config->memberIs("vlan", "10", Kiv::Value::string("allowed"));
    auto mlag = mlagConfig({{"Port-Channel10", "10"}});
-   doInsertPeerIntfParam(dir, "lacp mode mlag10", "Port-Channel10", "passive");
+   doInsertPeerIntfParam(dir, "mode mlag10", "Port-Channel10", "passive");
    publish("Port-Channel10", "", mlag);
    // The id recorded before is the present one: nothing is removed.
    Traces traces;
    publish("Port-Channel10", "10", mlag);
    EXPECT_FALSE(traces.contains("Removing parameters with mlag"));
-   EXPECT_EQ(localEntry(dir, "lacp mode mlag10", "Port-Channel10"), "active");
-   EXPECT_EQ(peerEntry(dir, "lacp mode mlag10", "Port-Channel10"), "passive");
+   EXPECT_EQ(localEntry(dir, "mode mlag10", "Port-Channel10"), "active");
+   EXPECT_EQ(peerEntry(dir, "mode mlag10", "Port-Channel10"), "passive");
 
    mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
-   publish("Port-Channel10", "10", mlag);
+   updateConfigCheckDbUtil(desc, dir, mlag, "10", nullptr, record, "Port-Channel10", false);
    EXPECT_TRUE(traces.contains("Removing parameters with mlag '10'"));
-   // The old entry keeps only the peer's value, under the provisional key.
-   EXPECT_FALSE(intfEntry(dir, "lacp mode mlag10", "Port-Channel10"));
-   EXPECT_EQ(peerEntry(dir, "lacp mode mlag10", "PeerPort-Channel10"), "passive");
-   EXPECT_EQ(localEntry(dir, "lacp mode mlag11", "Port-Channel10"), "active");
+   EXPECT_EQ(localEntry(dir, "mode mlag10", "Port-Channel10"), none);
+   EXPECT_EQ(peerEntry(dir, "mode mlag10", "PeerPort-Channel10"), "passive");
+   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("mode mlag11")));
+   updateConfigCheckDbPeer(desc, dir, mlag, "10", nullptr, "Port-Channel10");
+   EXPECT_EQ(peerEntry(dir, "mode mlag10", "PeerPort-Channel10"), none);
+
+   updateConfigCheckDbUtil(desc, dir, mlag, "", config, nullptr, "Port-Channel10", false);
+   EXPECT_EQ(localEntry(dir, "mode mlag11", "Port-Channel10"), "active");
+   EXPECT_EQ(localEntry(dir, "10 vlan mlag11", "Port-Channel10"), "allowed");
 
    // Out of MLAG: nothing is named, nothing written.
    mlag->intfConfigDel(Porta::IntfId("Port-Channel10"));
    publish("Port-Channel10", "11", mlag);
-   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("lacp mode mlag11")));
+   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("mode mlag11")));
 }
 
 TEST_F(DbUpdateTest, PeerRecordImport) {
@@ -116,45 +126,6 @@ TEST_F(DbUpdateTest, PeerRecordImport) {
    insertPeerParam(dir, "", "Peer", Porta::IntfId(), "z");
    EXPECT_FALSE(traces.contains("Updating"));
    EXPECT_EQ(dir->configGlobalDiffSize(), 2u);
-}
-
-// Without an entity, or without a record, each routine still does the part
-// it can: the removal after an MLAG change, or the local table alone.
-TEST_F(DbUpdateTest, AMissingEntityOrRecordLeavesOnlyWhatCanBeDone) {
-   desc->mlagInterfacesOnlyIs(true);
-   desc->attrNameIs("mode", "mode");
-   desc->collectionNameIs("vlan", "vlan");
-   config->valueIs("mode", Kiv::Value::string("active"));
-   config->memberIs("vlan", "10", Kiv::Value::string("allowed"));
-   auto mlag = mlagConfig({{"Port-Channel10", "10"}});
-   publish("Port-Channel10", "", mlag);
-   doInsertPeerIntfParam(dir, "mode mlag10", "Port-Channel10", "passive");
-
-   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
-   updateConfigCheckDbUtil(desc, dir, mlag, "10", nullptr, record, "Port-Channel10", false);
-   EXPECT_EQ(localEntry(dir, "mode mlag10", "Port-Channel10"), none);
-   EXPECT_EQ(peerEntry(dir, "mode mlag10", "PeerPort-Channel10"), "passive");
-   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("mode mlag11")));
-   updateConfigCheckDbPeer(desc, dir, mlag, "10", nullptr, "Port-Channel10");
-   EXPECT_EQ(peerEntry(dir, "mode mlag10", "PeerPort-Channel10"), none);
-
-   // No record to publish into: the local table is written all the same.
-   updateConfigCheckDbUtil(desc, dir, mlag, "", config, nullptr, "Port-Channel10", false);
-   EXPECT_EQ(localEntry(dir, "mode mlag11", "Port-Channel10"), "active");
-   EXPECT_EQ(localEntry(dir, "10 vlan mlag11", "Port-Channel10"), "allowed");
-}
-
-// A descriptor that takes a collection for a scalar, or a scalar for a
-// collection, names nothing that can be read that way: both are skipped.
-TEST_F(DbUpdateTest, AttributesOfTheOtherShapeAreSkipped) {
-   desc->attrNameIs("vlan", "vlan as scalar");
-   desc->collectionNameIs("mode", "mode as collection");
-   config->valueIs("mode", Kiv::Value::string("active"));
-   config->memberIs("vlan", "10", Kiv::Value::string("allowed"));
-   publish("Local");
-   EXPECT_EQ(dir->configGlobalDiffSize(), 0u);
-   EXPECT_EQ(record->attrSize(), 0u);
-   EXPECT_EQ(record->attrCollectionSize(), 0u);
 }
 
 } // namespace

@@ -203,41 +203,22 @@ TEST_F(CliTest, AgreeingPairExitsZero) {
              "1 parameter: 1 agree, 0 differ, 0 only on one switch\n");
 }
 
-bool keysSorted(const nlohmann::ordered_json & j) {
-   if (j.is_array()) {
-      for (const auto & e : j) {
-         if (!keysSorted(e)) return false;
-      }
-   }
-   if (!j.is_object()) return true;
-   std::string previous;
-   bool first = true;
-   for (const auto & [key, member] : j.items()) {
-      if (!first && !(previous < key)) return false;
-      if (!keysSorted(member)) return false;
-      previous = key;
-      first = false;
-   }
-   return true;
-}
-
 TEST_F(CliTest, JsonIsTheResultAloneWithSortedKeysAndEveryMember) {
    ToolRun r = run("--json " + file("small.json", smallScenario).string());
    EXPECT_EQ(r.status, 1);
-   nlohmann::ordered_json j = nlohmann::ordered_json::parse(r.out);
+   // nlohmann::json keeps its members sorted: equal text means sorted keys.
+   const nlohmann::json j = nlohmann::json::parse(r.out);
    EXPECT_EQ(r.out, j.dump(2) + "\n");
-   EXPECT_TRUE(keysSorted(j));
 
    ASSERT_EQ(j.at("switches").size(), 2u);
    EXPECT_EQ(j["switches"][0]["name"], "A");
    EXPECT_EQ(j["switches"][1]["name"], "B");
    const auto & lacp = j["switches"][0]["plugins"]["lacp"];
    const auto & waiting = lacp.at("interface").at("lacp mode mlag10").at("PeerPort-Channel10");
-   EXPECT_EQ(waiting,
-             nlohmann::ordered_json::parse(R"({"default": "", "local": "", "peer": "active"})"));
+   EXPECT_EQ(waiting, nlohmann::json::parse(R"({"default": "", "local": "", "peer": "active"})"));
    // The result's shape in full is checked on the simulator's own tests.
    EXPECT_EQ(j["switches"][1]["plugins"]["lacp"].at("record").at("attr"),
-             nlohmann::ordered_json::parse(R"({"systemPriority": "100"})"));
+             nlohmann::json::parse(R"({"systemPriority": "100"})"));
 }
 
 TEST_F(CliTest, UsageErrorsExitTwo) {
@@ -264,30 +245,14 @@ TEST_F(CliTest, HelpAndVersionExitZero) {
 }
 
 TEST_F(CliTest, BadInputNamesTheFileAndExitsTwo) {
-   struct Case {
-      const char * name;
-      const char * contents;
-      const char * location; // expected right after "<file>: "
-   };
-   for (const Case & c : {
-           Case{"syntax.json", "{\"plugins\": ", "line "},
-           Case{"member.json", R"({"plugins": {}, "switches": [], "colour": 1})", "/"},
-           Case{"float.json",
-                R"({"plugins": {"p": {}}, "switches": [{"name": "A", "config": {"p": {"x": 1.5}}},
-                                                       {"name": "B"}]})",
-                "/switches/0/config/p/x: "},
-        }) {
-      std::string path = file(c.name, c.contents).string();
+   for (const std::string & path :
+        {file("syntax.json", "{\"plugins\": ").string(), (dir_ / "missing.json").string()}) {
       ToolRun r = run(path);
-      EXPECT_EQ(r.status, 2) << c.name;
-      EXPECT_EQ(r.out, "") << c.name;
-      EXPECT_EQ(r.err.rfind("mlag-config-check: " + path + ": " + c.location, 0), 0u) << r.err;
+      EXPECT_EQ(r.status, 2) << path;
+      EXPECT_EQ(r.out, "") << path;
+      EXPECT_EQ(r.err.rfind("mlag-config-check: " + path + ": ", 0), 0u) << r.err;
       EXPECT_EQ(r.err.back(), '\n');
    }
-   ToolRun missing = run((dir_ / "missing.json").string());
-   EXPECT_EQ(missing.status, 2);
-   EXPECT_EQ(missing.err.rfind("mlag-config-check: " + (dir_ / "missing.json").string(), 0), 0u)
-      << missing.err;
 }
 
 TEST_F(CliTest, TraceGoesToStandardErrorAndRinglogToItsFile) {

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "ExampleScenario.h"
 #include "Scenario.h"
 
@@ -17,15 +15,6 @@ std::string errorOf(std::string_view text) {
    }
    return "(accepted)";
 }
-
-// The example scenario, changed by `edit`.
-std::string errorOfEdited(const std::function< void(json &) > & edit) {
-   json doc = json::parse(MlagSimTest::exampleScenario);
-   edit(doc);
-   return errorOf(doc.dump());
-}
-
-json & lacpA(json & doc) { return doc["switches"][0]["config"]["lacp"]; }
 
 TEST(ScenarioParserTest, ReadsTheExampleScenario) {
    const MlagSim::Scenario s = MlagSim::parseScenario(MlagSimTest::exampleScenario, "ex.json");
@@ -62,120 +51,101 @@ TEST(ScenarioParserTest, RejectsBadJsonWithItsPosition) {
    for (const BadText & c : cases) EXPECT_EQ(errorOf(c.text), c.error) << c.text;
 }
 
-// Each case edits the example scenario; the error follows "s.json: ".
+// One edit of the example scenario: `json` put at the pointer `at`, where a
+// null `json` erases and "@<pointer>" copies; a second edit is optional.
 struct BadEdit {
-   std::function< void(json &) > edit;
-   const char * error;
+   const char * at;
+   const char * json;
+   const char * error; // follows "s.json: ", or "s.json: <at>" when it starts with ": "
+   const char * at2 = nullptr;
+   const char * json2 = nullptr;
 };
 
+void apply(json & doc, const char * at, const char * text) {
+   const json::json_pointer where(at);
+   if (!text) {
+      doc[where.parent_pointer()].erase(where.back());
+   } else {
+      doc[where] = text[0] == '@' ? doc[json::json_pointer(text + 1)] : json::parse(text);
+   }
+}
+
 TEST(ScenarioParserTest, RejectsBadInputNamingFileLocationAndExpectation) {
+   const char * bad = "expected a value (a string, integer, boolean, null or object with '@type')";
+   const std::string anyValue = std::string(": ") + bad + ", found an array";
+   const std::string untyped = std::string("/switches/0/config/lacp/delay/f: ") + bad +
+                               ", found an object without '@type'";
    const BadEdit cases[] = {
-      {[](json & d) { d["colour"] = 1; }, "/colour: unknown member 'colour'"},
-      {[](json & d) { d.erase("plugins"); }, "top level: missing member 'plugins'"},
-      {[](json & d) { d["plugins"]["lacp"]["nestedConfigCheckDesc"]["intfConfig"]["foo"] = 1; },
-       "/plugins/lacp/nestedConfigCheckDesc/intfConfig/foo: unknown member 'foo'"},
-      {[](json & d) { d["plugins"]["lacp"]["mlagInterfacesOnly"] = "no"; },
-       "/plugins/lacp/mlagInterfacesOnly: expected true or false, found \"no\""},
-      {[](json & d) { d["plugins"]["lacp"]["defaultVal"]["x"] = 5; },
-       "/plugins/lacp/defaultVal/x: expected a string, found 5"},
-      {[](json & d) { d["plugins"]["lacp"]["collectionName"]["systemPriority"] = "p"; },
-       "/plugins/lacp/collectionName/systemPriority: attribute 'systemPriority' is a "
-       "scalar (attrName names it), not a collection"},
-      {[](json & d) { d["switches"].push_back(d["switches"][0]); },
-       "/switches: expected exactly two switches, found 3"},
-      {[](json & d) { d["switches"][1]["name"] = "A"; },
-       "/switches/1/name: switch 'A' is declared twice"},
-      {[](json & d) { d["switches"][0]["name"] = ""; },
-       "/switches/0/name: expected a non-empty switch name"},
-      {[](json & d) { d["switches"][0]["role"] = "primary"; },
-       "/switches/0/role: unknown member 'role'"},
-      {[](json & d) { d["switches"][0]["mlag"]["Port-Channel01"] = "1"; },
-       "/switches/0/mlag/Port-Channel01: invalid interface name 'Port-Channel01': "
-       "number with a leading zero"},
-      {[](json & d) { d["switches"][0]["mlag"][""] = "1"; },
-       "/switches/0/mlag/: expected an interface name, found the empty name"},
-      {[](json & d) { d["switches"][1]["mlag"]["Port-Channel10"] = 10; },
-       "/switches/1/mlag/Port-Channel10: expected a string, found 10"},
-      {[](json & d) { d["switches"][1]["config"]["stp"] = json::object(); },
-       "/switches/1/config/stp: plugin 'stp' is not declared"},
-      {[](json & d) { d["switches"][1]["config"]["lacp"]["vlan"]["20"] = 1.5; },
-       "/switches/1/config/lacp/vlan/20: expected an integer, found 1.5"},
-      {[](json & d) { lacpA(d)["big"] = 18446744073709551615u; },
-       "/switches/0/config/lacp/big: expected an integer of at most "
-       "9223372036854775807, found 18446744073709551615"},
-      {[](json & d) { lacpA(d)["list"] = json::array({1}); },
-       "/switches/0/config/lacp/list: expected a value (a string, integer, boolean, "
-       "null or object with '@type'), found an array"},
-      {[](json & d) { lacpA(d)["systemPriority"] = json::object(); },
-       "/switches/0/config/lacp/systemPriority: expected a value (attrName names "
-       "'systemPriority' as a scalar), found an object without '@type'"},
-      {[](json & d) { lacpA(d)["vlan"] = "10"; },
-       "/switches/0/config/lacp/vlan: expected an object (the descriptor names 'vlan' as "
-       "a collection), found \"10\""},
-      {[](json & d) { lacpA(d)["intfConfig"]["Port-Channel10"] = "active"; },
-       "/switches/0/config/lacp/intfConfig/Port-Channel10: expected an object (an "
-       "entity: nestedConfigCheckDesc names 'intfConfig'), found \"active\""},
-      {[](json & d) {
-          lacpA(d)["delay"] = {{"@type", 3}};
-       },
+      {"/colour", "1", ": unknown member 'colour'"},
+      {"/plugins", nullptr, "top level: missing member 'plugins'"},
+      {"/plugins/lacp/nestedConfigCheckDesc/intfConfig/foo", "1", ": unknown member 'foo'"},
+      {"/plugins/lacp/mlagInterfacesOnly", R"("no")", R"(: expected true or false, found "no")"},
+      {"/plugins/lacp/defaultVal/x", "5", ": expected a string, found 5"},
+      {"/plugins/lacp/collectionName/systemPriority", R"("p")",
+       ": attribute 'systemPriority' is a scalar (attrName names it), not a collection"},
+      {"/switches/-", "@/switches/0", "/switches: expected exactly two switches, found 3"},
+      {"/switches/1/name", R"("A")", ": switch 'A' is declared twice"},
+      {"/switches/0/name", R"("")", ": expected a non-empty switch name"},
+      {"/switches/0/role", R"("primary")", ": unknown member 'role'"},
+      {"/switches/0/mlag/Port-Channel01", R"("1")",
+       ": invalid interface name 'Port-Channel01': number with a leading zero"},
+      {"/switches/0/mlag/", R"("1")", ": expected an interface name, found the empty name"},
+      {"/switches/1/mlag/Port-Channel10", "10", ": expected a string, found 10"},
+      {"/switches/1/config/stp", "{}", ": plugin 'stp' is not declared"},
+      {"/switches/1/config/lacp/vlan/20", "1.5", ": expected an integer, found 1.5"},
+      {"/switches/0/config/lacp/big", "18446744073709551615",
+       ": expected an integer of at most 9223372036854775807, found 18446744073709551615"},
+      {"/switches/0/config/lacp/list", "[1]", anyValue.c_str()},
+      {"/switches/0/config/lacp/systemPriority", "{}",
+       ": expected a value (attrName names 'systemPriority' as a scalar), found an object "
+       "without '@type'"},
+      {"/switches/0/config/lacp/vlan", R"("10")",
+       R"(: expected an object (the descriptor names 'vlan' as a collection), found "10")"},
+      {"/switches/0/config/lacp/intfConfig/Port-Channel10", R"("active")",
+       R"(: expected an object (an entity: nestedConfigCheckDesc names 'intfConfig'), found "active")"},
+      {"/switches/0/config/lacp/delay", R"({"@type": 3})",
        "/switches/0/config/lacp/delay/@type: expected a string, found 3"},
-      {[](json & d) {
-          lacpA(d)["delay"] = {{"@type", "Mlag::ReloadDelay"}};
-       },
-       "/switches/0/config/lacp/delay: missing member 'delay' (an Mlag::ReloadDelay is "
-       "compared by its delay)"},
-      {[](json & d) {
-          lacpA(d)["delay"] = {{"@type", "T"}, {"f", json::object()}};
-       },
-       "/switches/0/config/lacp/delay/f: expected a value (a string, integer, boolean, "
-       "null or object with '@type'), found an object without '@type'"},
-      {[](json & d) { d["steps"][0]["switch"] = "C"; },
-       "/steps/0/switch: switch 'C' is not declared"},
-      {[](json & d) { d["steps"][0]["plugin"] = "stp"; },
-       "/steps/0/plugin: plugin 'stp' is not declared"},
-      {[](json & d) { d["steps"][1]["when"] = 3; }, "/steps/1/when: unknown member 'when'"},
-      {[](json & d) { d["steps"][0]["mlag"] = "Port-Channel10"; },
-       "/steps/0/mlag: expected either 'mlag' or 'plugin' and 'path', found both"},
-      {[](json & d) { d["steps"][0].erase("path"); }, "/steps/0: missing member 'path'"},
-      {[](json & d) { d["steps"][0].erase("set"); }, "/steps/0: expected 'set' or 'delete'"},
-      {[](json & d) { d["steps"][0]["delete"] = true; },
-       "/steps/0/delete: expected either 'set' or 'delete', found both"},
-      {[](json & d) { d["steps"][1]["delete"] = false; },
-       "/steps/1/delete: expected true, found false"},
-      {[](json & d) { d["steps"][0]["path"] = json::array(); },
-       "/steps/0/path: expected a non-empty array of names, found an array"},
-      {[](json & d) { d["steps"][0]["path"][1] = "Port-Channel99"; },
-       "/steps/0/path/1: path does not exist: no member 'Port-Channel99' in "
-       "'intfConfig'"},
-      {[](json & d) {
-          d["steps"][1]["path"] = {"vlan", "20", "x"};
-       },
-       "/steps/1/path/2: path does not exist: member '20' of 'vlan' is a value, not an "
-       "entity"},
-      {[](json & d) { d["steps"][0]["path"] = {"vlan"}; },
-       "/steps/0/path/0: expected a path to a scalar attribute or a collection member, "
-       "found the collection 'vlan'"},
-      {[](json & d) {
-          d["steps"][0]["path"] = {"intfConfig", "Port-Channel10"};
-          d["steps"][0]["set"] = {{"mode", "active"}};
-       },
-       "/steps/0/set: a nested entity already exists at this path (delete it first)"},
-      {[](json & d) { d["steps"][0]["set"] = 0.5; },
-       "/steps/0/set: expected an integer, found 0.5"},
-      {[](json & d) { d["steps"][2]["set"] = 11; }, "/steps/2/set: expected a string, found 11"},
-      {[](json & d) { d["steps"][3] = d["steps"][1]; },
-       "/steps/3/path/1: path does not exist: no member '20' in 'vlan'"},
-      {[](json & d) { d["steps"][2] = d["steps"][3]; },
-       "/steps/3/mlag: path does not exist: 'Port-Channel10' is not in the MLAG "
-       "configuration of switch 'A'"},
-      {[](json & d) {
-          d["steps"][1] = {{"switch", "B"}, {"plugin", "lacp"}, {"path", {"x"}}, {"delete", true}};
-          d["switches"][1]["config"]["lacp"]["x"] = nullptr;
-       },
-       "/steps/1/path/0: path holds no value: nothing to delete"},
+      {"/switches/0/config/lacp/delay", R"({"@type": "Mlag::ReloadDelay"})",
+       ": missing member 'delay' (an Mlag::ReloadDelay is compared by its delay)"},
+      {"/switches/0/config/lacp/delay", R"({"@type": "T", "f": {}})", untyped.c_str()},
+      {"/steps/0/switch", R"("C")", ": switch 'C' is not declared"},
+      {"/steps/0/plugin", R"("stp")", ": plugin 'stp' is not declared"},
+      {"/steps/1/when", "3", ": unknown member 'when'"},
+      {"/steps/0/mlag", R"("Port-Channel10")",
+       ": expected either 'mlag' or 'plugin' and 'path', found both"},
+      {"/steps/0/path", nullptr, "/steps/0: missing member 'path'"},
+      {"/steps/0/set", nullptr, "/steps/0: expected 'set' or 'delete'"},
+      {"/steps/0/delete", "true", ": expected either 'set' or 'delete', found both"},
+      {"/steps/1/delete", "false", ": expected true, found false"},
+      {"/steps/0/path", "[]", ": expected a non-empty array of names, found an array"},
+      {"/steps/0/path/1", R"("Port-Channel99")",
+       ": path does not exist: no member 'Port-Channel99' in 'intfConfig'"},
+      {"/steps/1/path", R"(["vlan", "20", "x"])",
+       "/steps/1/path/2: path does not exist: member '20' of 'vlan' is a value, not an entity"},
+      {"/steps/0/path", R"(["vlan"])",
+       "/steps/0/path/0: expected a path to a scalar attribute or a collection member, found "
+       "the collection 'vlan'"},
+      {"/steps/0/path", R"(["intfConfig", "Port-Channel10"])",
+       "/steps/0/set: a nested entity already exists at this path (delete it first)",
+       "/steps/0/set", R"({"mode": "active"})"},
+      {"/steps/0/set", "0.5", ": expected an integer, found 0.5"},
+      {"/steps/2/set", "11", ": expected a string, found 11"},
+      {"/steps/3", "@/steps/1", "/steps/3/path/1: path does not exist: no member '20' in 'vlan'"},
+      {"/steps/2", "@/steps/3",
+       "/steps/3/mlag: path does not exist: 'Port-Channel10' is not in the MLAG configuration "
+       "of switch 'A'"},
+      {"/steps/1", R"({"switch": "B", "plugin": "lacp", "path": ["x"], "delete": true})",
+       "/steps/1/path/0: path holds no value: nothing to delete", "/switches/1/config/lacp/x",
+       "null"},
    };
-   for (const BadEdit & c : cases)
-      EXPECT_EQ(errorOfEdited(c.edit), std::string("s.json: ") + c.error);
+   for (const BadEdit & c : cases) {
+      json doc = json::parse(MlagSimTest::exampleScenario);
+      apply(doc, c.at, c.json);
+      if (c.at2) apply(doc, c.at2, c.json2);
+      const std::string error = c.error;
+      EXPECT_EQ(errorOf(doc.dump()), "s.json: " + (error.starts_with(": ") ? c.at + error : error))
+         << c.at;
+   }
 }
 
 TEST(ScenarioParserTest, StepsAreCheckedAgainstTheConfigurationEarlierStepsLeave) {
