@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <map>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,25 @@ TEST(HashMapTest, IteratesInInsertionOrderAndOverwritesInPlace) {
    EXPECT_EQ(m.get("a"), nullptr);
    m.insert("z", 1);
    EXPECT_EQ(keys(m), (std::vector< std::string >{"z"}));
+}
+
+TEST(HashMapTest, GetOrInsertMakesAValueOnlyForAnAbsentKey) {
+   // Past the small-map limit, so that the index is in use too.
+   Map m = lettered("abcdefghijk");
+   int made = 0;
+   auto [present, added] = m.getOrInsert("c", [&] { return ++made; });
+   EXPECT_FALSE(added);
+   EXPECT_EQ(*present, 2);
+   auto [fresh, inserted] = m.getOrInsert("z", [&] { return ++made; });
+   EXPECT_TRUE(inserted);
+   EXPECT_EQ(*fresh, 1);
+   EXPECT_EQ(made, 1);
+   // A value that cannot be made leaves the map as it was.
+   EXPECT_THROW(m.getOrInsert("y", []() -> int { throw std::runtime_error("no"); }),
+                std::runtime_error);
+   EXPECT_FALSE(m.contains("y"));
+   EXPECT_EQ(m.size(), 12u);
+   EXPECT_EQ(keys(m).back(), "z");
 }
 
 TEST(HashMapTest, InsertTakesItsValueFromTheSameMap) {
