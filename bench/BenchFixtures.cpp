@@ -1,6 +1,7 @@
 #include "BenchFixtures.h"
 
 #include <fstream>
+#include <string>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -45,6 +46,24 @@ std::size_t residentBytes() {
    std::size_t resident = 0;
    statm >> pages >> resident;
    return resident * static_cast< std::size_t >(sysconf(_SC_PAGESIZE));
+}
+
+void peakResidentReset() {
+   // "5" resets the kernel's high-water mark to the current resident size.
+   std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+std::size_t peakResidentBytes() {
+   std::ifstream status("/proc/self/status");
+   std::string field;
+   std::size_t kib = 0;
+   while (status >> field) {
+      if (field == "VmHWM:") {
+         status >> kib;
+         break;
+      }
+   }
+   return kib * 1024;
 }
 
 } // namespace Bench

@@ -17,5 +17,9 @@ std::string intfName(int i);
 std::string paramAttr(int p);
 // Resident set size of this process, in bytes.
 std::size_t residentBytes();
+// The highest resident set size since the last reset (the kernel's
+// high-water mark; without a reset, since the process started).
+void peakResidentReset();
+std::size_t peakResidentBytes();
 
 } // namespace Bench
