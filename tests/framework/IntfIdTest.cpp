@@ -88,9 +88,4 @@ TEST(IntfIdTest, EqualityHashAndOrderFollowTheName) {
    EXPECT_EQ((std::unordered_set< IntfId >{a, a2, b}).size(), 2u);
 }
 
-TEST(IntfIdTest, TraceTextIsTheQuotedName) {
-   EXPECT_EQ(kivTraceText(IntfId(str("Port-Channel10"))), "'Port-Channel10'");
-   EXPECT_EQ(kivTraceText(IntfId()), "''");
-}
-
 } // namespace

@@ -140,4 +140,20 @@ TEST(ComparisonTest, ReportJsonRowsCountsAndConsistencyFollowTheExitRule) {
    EXPECT_FALSE(MlagTool::hasMismatch(result));
 }
 
+// The people's view: the first switch's table under the switch names, an
+// empty value shown with its default, the summary, and a line for the second
+// switch's own results, which here hold more than the first's.
+TEST(ComparisonTest, ReportTablesTheFirstSwitchAndSummarisesTheSecondsOwnResults) {
+   EXPECT_EQ(MlagTool::report(pairResult(), {}),
+             "plugin mlag\n"
+             "parameter   interface       A     B                     status\n"
+             "----------  --------------  ----  --------------------  ------\n"
+             "peer link   -               Po1   Po1                   agree\n"
+             "mtu mlag10  Port-Channel10  9000  unset (default 1500)  differ\n"
+             "mtu mlag30  Port-Channel30  9214  unset (default 1500)  differ\n"
+             "\n"
+             "3 parameters: 1 agree, 2 differ, 0 only on one switch\n"
+             "in B's own results: 4 parameters: 1 agree, 1 differ, 2 only on one switch\n");
+}
+
 } // namespace
