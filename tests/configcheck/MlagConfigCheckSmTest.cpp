@@ -202,6 +202,26 @@ TEST_F(TopLevelTest, NotificationsFollowTheTopLevelDownToItsSides) {
 TEST_F(TopLevelTest, ReflectiveAccessByAttributeName) {
    start();
    Kiv::GenericValue result;
+   for (auto [attribute, object] : {std::pair< const char *, Kiv::Ptr< Kiv::PtrInterface > >(
+                                       "configCheck", dir),
+                                    {"readConfig", config},
+                                    {"writeConfig", local},
+                                    {"compareConfig", peerRecord},
+                                    {"configCheckDesc", desc},
+                                    {"mlagConfig", mlag},
+                                    {"statehubToP2pSm", top->statehubToP2pSm()},
+                                    {"p2pToStatehubSm", top->p2pToStatehubSm()}}) {
+      EXPECT_TRUE(top->genericIfOp(Op::get, attribute, {}, result)) << attribute;
+      EXPECT_EQ(held(result), object) << attribute;
+   }
+   EXPECT_TRUE(top->genericIfOp(Op::get, "name", {}, result));
+   EXPECT_EQ(result.value().stringValue(), "lacp");
+
+   EXPECT_TRUE(top->genericIfOp(Op::set, "initialized", {Kiv::Value::boolean(false)}, result));
+   EXPECT_FALSE(top->initialized());
+   EXPECT_TRUE(top->genericIfOp(Op::call, "handleInitialized", {}, result));
+   EXPECT_TRUE(top->initialized());
+
    EXPECT_TRUE(top->genericIfOp(Op::del, "p2pToStatehubSm", {}, result));
    EXPECT_FALSE(top->p2pToStatehubSm());
    EXPECT_TRUE(top->genericIfOp(Op::call, "handlePeerSmCreation", {Kiv::Value::string("Peer")},

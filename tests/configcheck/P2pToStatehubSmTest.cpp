@@ -242,7 +242,7 @@ TEST_F(PeerSideTest, ChangedReCreationIsRefusedInParameterOrder) {
 // A record taken away after the import reads as empty: changes handled then
 // record empty peer values, no nested configuration is found any more, and
 // a key for a nested machine removes it with its peer entries.
-TEST_F(PeerSideTest, AWatchedRecordCanBeSwappedAndDropped) {
+TEST_F(PeerSideTest, WatchedRecordAndMlagConfigurationCanBeSwappedAndDropped) {
    start();
    auto other = Kiv::kivNew< GenericConfig >(Kiv::Name("other"));
    // Only the record watched now is heard.
@@ -267,6 +267,10 @@ TEST_F(PeerSideTest, AWatchedRecordCanBeSwappedAndDropped) {
    EXPECT_FALSE(peer->p2pToStatehubSm("g1"));
    // With no local value either, nothing of the entry is left.
    EXPECT_FALSE(globalEntry(dir, "mtu g1"));
+
+   auto otherMlag = mlagConfig({{"Port-Channel10", "12"}});
+   for (const auto & now : {otherMlag, Kiv::Ptr< Mlag::Config >(), mlag}) peer->mlagConfigIs(now);
+   EXPECT_EQ(peer->mlagConfigDel(), Kiv::PtrConst< Mlag::Config >(mlag));
 }
 
 TEST(PeerSideDeathTest, ANameInBothNestedCollectionsIsAFault) {

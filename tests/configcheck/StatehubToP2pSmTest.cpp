@@ -378,6 +378,22 @@ TEST_F(LocalSideTest, UpdateConfigCheckDbWritesTheLocalTableForOneChange) {
    EXPECT_FALSE(record->nestedGlobalConfig(Kiv::Name("g9")));
 }
 
+// A machine hears only the MLAG configuration it holds now; a nested one
+// keeps its own reactor and follows the change.
+TEST_F(LocalSideTest, TheMlagConfigurationCanBeSwappedAndDropped) {
+   start();
+   auto other = mlagConfig({{"Port-Channel10", "77"}});
+   for (const auto & now : {Kiv::Ptr< Mlag::Config >(mlag), other, Kiv::Ptr< Mlag::Config >()})
+      sm->mlagConfigIs(now);
+   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
+   mlag->intfConfigDel(Porta::IntfId("Port-Channel20"));
+   EXPECT_EQ(sm->backlogSize(), 0u);
+   EXPECT_EQ(localEntry(dir, "mtu mlag11", "Port-Channel10"), "9000");
+   sm->mlagConfigIs(other);
+   EXPECT_EQ(sm->mlagConfigDel(), Kiv::PtrConst< Mlag::Config >(other));
+   EXPECT_FALSE(sm->mlagConfigDel());
+}
+
 // Keys whose collection has no nested descriptor, is empty, holds values
 // rather than entities, is a scalar or is not in the configuration make no
 // machine.
