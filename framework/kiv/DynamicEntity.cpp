@@ -39,12 +39,15 @@ void detachMember(const GenericValue & member) {
 } // namespace
 
 DynamicEntity::DynamicEntity(const Name & name, const String & typeName)
-      : GenericIf(name), type_(kivNew< KivType >(typeName)) {}
+      : DynamicEntity(name, kivNew< KivType >(typeName)) {}
+
+DynamicEntity::DynamicEntity(const Name & name, const Ptr< KivType > & emptyType)
+      : GenericIf(name), type_(validPtr(emptyType)) {}
 
 DynamicEntity::~DynamicEntity() {
    for (Slot & s : slots_) {
-      if (s.members) {
-         for (auto & it : *s.members) detachMember(it.value());
+      if (s.collection) {
+         for (auto & it : s.collection->members) detachMember(it.value());
       }
    }
 }
@@ -57,23 +60,27 @@ const KivAttr & DynamicEntity::declare(const String & attr, bool collection) {
       }
       return *existing;
    }
-   slots_.emplace_back();
-   if (collection) slots_.back().members = std::make_unique< Members >();
-   return type_->attrIs(attr, collection);
+   // Everything that can throw comes before the first change.
+   Ptr< KivType > extended = type_->extendedBy(attr, collection);
+   Slot fresh;
+   if (collection) fresh.collection = std::make_unique< Collection >();
+   slots_.push_back(std::move(fresh));
+   type_ = std::move(extended);
+   return type_->attrs().back();
 }
 
 const KivAttr & DynamicEntity::scalarAttrIs(const String & attr) { return declare(attr, false); }
 
 const KivAttr & DynamicEntity::collectionAttrIs(const String & attr) { return declare(attr, true); }
 
-DynamicEntity::Slot * DynamicEntity::slot(const String & attr) {
+const DynamicEntity::Slot * DynamicEntity::slot(const String & attr) const {
    const KivAttr * a = type_->attr(attr.view());
    return a ? &slots_[a->id - 1] : nullptr;
 }
 
-const DynamicEntity::Slot * DynamicEntity::slot(const String & attr) const {
-   const KivAttr * a = type_->attr(attr.view());
-   return a ? &slots_[a->id - 1] : nullptr;
+const DynamicEntity::Members * DynamicEntity::members(const String & collection) const {
+   const Slot * s = slot(collection);
+   return s && s->collection ? &s->collection->members : nullptr;
 }
 
 GenericValue DynamicEntity::genericIfGet(const KivAttr & attr, const GenericValue & key) const {
@@ -81,7 +88,7 @@ GenericValue DynamicEntity::genericIfGet(const KivAttr & attr, const GenericValu
    const Slot & s = slots_[attr.id - 1];
    if (!attr.collection) return GenericValue(s.scalar);
    if (key.isNull()) return GenericValue();
-   const GenericValue * member = s.members->get(keyText(key));
+   const GenericValue * member = s.collection->members.get(keyText(key));
    return member ? *member : GenericValue();
 }
 
@@ -93,7 +100,7 @@ GenericIterator DynamicEntity::genericIfIterator(const KivAttr & attr) const {
    if (!attr.collection || attr.id == 0 || attr.id > slots_.size()) {
       return GenericIterator(std::make_unique< EmptyIterator >());
    }
-   auto & members = *slots_[attr.id - 1].members;
+   auto & members = slots_[attr.id - 1].collection->members;
    return GenericIterator(std::make_unique< MemberIterator >(PtrConst< DynamicEntity >(this), members));
 }
 
@@ -115,10 +122,9 @@ void DynamicEntity::valueDel(const String & attr) {
 }
 
 GenericValue DynamicEntity::member(const String & collection, const String & key) const {
-   const Slot * s = slot(collection);
-   if (!s || !s->members) return GenericValue();
-   const GenericValue * m = s->members->get(key);
-   return m ? *m : GenericValue();
+   const Members * m = members(collection);
+   const GenericValue * found = m ? m->get(key) : nullptr;
+   return found ? *found : GenericValue();
 }
 
 Ptr< DynamicEntity > DynamicEntity::entityMember(const String & collection,
@@ -129,24 +135,25 @@ Ptr< DynamicEntity > DynamicEntity::entityMember(const String & collection,
 
 void DynamicEntity::memberIs(const String & collection, const String & key, const Value & value) {
    const KivAttr & a = declare(collection, true);
-   Slot & s = slots_[a.id - 1];
-   if (const GenericValue * current = s.members->get(key)) {
+   Members & m = slots_[a.id - 1].collection->members;
+   if (const GenericValue * current = m.get(key)) {
       if (!current->isEntity() && current->value() == value) return;
       detachMember(*current);
    }
-   s.members->insert(key, GenericValue(value));
+   m.insert(key, GenericValue(value));
    kivNotifyRaw(a.id, GenericValue(Value::string(key)));
 }
 
 Ptr< DynamicEntity > DynamicEntity::entityMemberIs(const String & collection, const String & key) {
    const KivAttr & a = declare(collection, true);
-   Slot & s = slots_[a.id - 1];
-   if (const GenericValue * current = s.members->get(key); current && current->isEntity()) {
+   Collection & c = *slots_[a.id - 1].collection;
+   if (const GenericValue * current = c.members.get(key); current && current->isEntity()) {
       return ptrCast< DynamicEntity >(current->entity());
    }
-   Ptr< DynamicEntity > created = kivNew< DynamicEntity >(Name(key));
+   if (!c.memberType) c.memberType = kivNew< KivType >(String("Kiv::DynamicEntity"));
+   Ptr< DynamicEntity > created = kivNew< DynamicEntity >(Name(key), c.memberType);
    created->kivParentIs(this, collection);
-   s.members->insert(key, GenericValue(Ptr< GenericIf >(created)));
+   c.members.insert(key, GenericValue(Ptr< GenericIf >(created)));
    kivNotifyRaw(a.id, GenericValue(Value::string(key)));
    return created;
 }
@@ -154,19 +161,19 @@ Ptr< DynamicEntity > DynamicEntity::entityMemberIs(const String & collection, co
 bool DynamicEntity::memberDel(const String & collection, const String & key) {
    const KivAttr * a = type_->attr(collection.view());
    if (!a || !a->collection) return false;
-   Slot & s = slots_[a->id - 1];
-   const GenericValue * current = s.members->get(key);
+   Members & m = slots_[a->id - 1].collection->members;
+   const GenericValue * current = m.get(key);
    if (!current) return false;
    GenericValue removed = *current;
-   s.members->erase(key);
+   m.erase(key);
    detachMember(removed);
    kivNotifyRaw(a->id, GenericValue(Value::string(key)));
    return true;
 }
 
 std::size_t DynamicEntity::memberCount(const String & collection) const {
-   const Slot * s = slot(collection);
-   return s && s->members ? s->members->size() : 0;
+   const Members * m = members(collection);
+   return m ? m->size() : 0;
 }
 
 } // namespace Kiv

@@ -12,8 +12,8 @@
 // key. Changes inside a nested entity notify only that entity's watchers.
 #pragma once
 
-#include <deque>
 #include <memory>
+#include <vector>
 
 #include "kiv/GenericIf.h"
 #include "kiv/HashMap.h"
@@ -23,6 +23,9 @@ namespace Kiv {
 class DynamicEntity : public GenericIf {
  public:
    explicit DynamicEntity(const Name & name, const String & typeName = "Kiv::DynamicEntity");
+   // An entity that starts with `emptyType`, an attribute-less type it
+   // shares with its siblings (see KivType::extendedBy).
+   DynamicEntity(const Name & name, const Ptr< KivType > & emptyType);
    ~DynamicEntity() override;
 
    const KivType & kivType() const override { return *type_; }
@@ -51,18 +54,27 @@ class DynamicEntity : public GenericIf {
 
  private:
    using Members = HashMap< String, GenericValue >;
-   // Scalars hold `scalar`; only collections allocate `members`, so that an
-   // entity with many scalar attributes stays small.
+   // A collection's members, and the empty type its nested entities start
+   // from, so that alike members share their types.
+   struct Collection {
+      Members members;
+      Ptr< KivType > memberType;
+   };
+   // Scalars hold `scalar`; only collections allocate `collection`, so that
+   // an entity with many scalar attributes stays small.
    struct Slot {
       Value scalar;
-      std::unique_ptr< Members > members;
+      std::unique_ptr< Collection > collection;
    };
    const KivAttr & declare(const String & attr, bool collection);
-   Slot * slot(const String & attr);
    const Slot * slot(const String & attr) const;
+   // The members of a declared collection; null for a scalar or an unknown name.
+   const Members * members(const String & collection) const;
 
+   // Shared with every entity that declared the same attributes in the same
+   // order; replaced, never changed, when this entity declares another.
    Ptr< KivType > type_;
-   std::deque< Slot > slots_; // slots_[attr id - 1]
+   std::vector< Slot > slots_; // slots_[attr id - 1]; no reference is kept across a declaration
 };
 
 } // namespace Kiv

@@ -14,6 +14,25 @@ std::vector< Ptr< KivType > > & registry() {
 
 } // namespace
 
+KivType::~KivType() {
+   if (!base_) return;
+   std::vector< KivType * > & siblings = base_->extensions_;
+   std::erase(siblings, this);
+}
+
+Ptr< KivType > KivType::extendedBy(const String & name, bool collection) {
+   for (KivType * extension : extensions_) {
+      const KivAttr & last = extension->attrs_.back();
+      if (last.collection == collection && last.name == name) return Ptr< KivType >(extension);
+   }
+   Ptr< KivType > extension = kivNew< KivType >(name_);
+   extension->attrs_ = attrs_;
+   extension->attrs_.push_back(KivAttr{name, static_cast< std::uint32_t >(attrs_.size() + 1), collection});
+   extension->base_ = Ptr< KivType >(this);
+   extensions_.push_back(extension.get());
+   return extension;
+}
+
 const KivAttr * KivType::attr(std::string_view name) const noexcept {
    for (const KivAttr & a : attrs_) {
       if (a.name.view() == name) return &a;

@@ -5,6 +5,10 @@
 // may carry a factory so that objects of it can be created reflectively from
 // a list of constructor arguments.
 //
+// Run-time types grow one attribute at a time through extendedBy(): entities
+// that declare the same attributes in the same order share one type, so ten
+// thousand alike configurations hold one attribute table, not ten thousand.
+//
 //   Kiv::typeNodeIs(myType);                    // at load time
 //   Kiv::typeNode("Mlag::ConfigCheck::SmCodefKey")->attr("paramName")->id;
 #pragma once
@@ -33,6 +37,7 @@ class KivType : public PtrInterface {
    using Factory = std::function< Ptr< PtrInterface >(const std::vector< GenericValue > &) >;
 
    explicit KivType(const String & name) : name_(name) {}
+   ~KivType() override;
 
    const String & name() const noexcept { return name_; }
    const KivAttr * attr(std::string_view name) const noexcept;
@@ -40,6 +45,11 @@ class KivType : public PtrInterface {
    // Declares an attribute (or returns the one of that name already declared).
    const KivAttr & attrIs(const String & name, bool collection);
    const std::deque< KivAttr > & attrs() const noexcept { return attrs_; }
+   // The type of the same name with this type's attributes and `name` after
+   // them, shared by every caller that extends this type by the same
+   // attribute. An extended type is never changed again; this type keeps it
+   // only while somebody else holds it.
+   Ptr< KivType > extendedBy(const String & name, bool collection);
 
    void factoryIs(Factory factory) { factory_ = std::move(factory); }
    // Creates an object from constructor arguments; raises the
@@ -50,6 +60,11 @@ class KivType : public PtrInterface {
    String name_;
    std::deque< KivAttr > attrs_; // attrs_[id - 1]; references stay valid as attributes are added
    Factory factory_;
+   // An extension holds the type it extends; that type lists its live
+   // extensions without holding them, and an extension leaves the list when
+   // it dies.
+   Ptr< KivType > base_;
+   std::vector< KivType * > extensions_;
 };
 
 // Registers a type; a second type of the same name is refused with the

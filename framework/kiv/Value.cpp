@@ -6,46 +6,61 @@ namespace Kiv {
 
 Value Value::string(const String & text) {
    Value v;
-   v.kind_ = Kind::string;
-   v.text_ = text;
+   v.data_ = text;
    return v;
 }
 
 Value Value::integer(std::int64_t number) {
    Value v;
-   v.kind_ = Kind::integer;
-   v.number_ = number;
+   v.data_ = number;
    return v;
 }
 
 Value Value::boolean(bool flag) {
    Value v;
-   v.kind_ = Kind::boolean;
-   v.number_ = flag ? 1 : 0;
+   v.data_ = flag;
    return v;
 }
 
 Value Value::structured(const PtrConst< StructValue > & fields) {
    Value v;
-   v.kind_ = fields ? Kind::structured : Kind::none;
-   v.struct_ = fields;
+   if (fields) v.data_ = fields;
    return v;
 }
 
+const String & Value::stringValue() const noexcept {
+   static const String none;
+   const String * text = std::get_if< String >(&data_);
+   return text ? *text : none;
+}
+
+std::int64_t Value::integerValue() const noexcept {
+   if (const std::int64_t * number = std::get_if< std::int64_t >(&data_)) return *number;
+   if (const bool * flag = std::get_if< bool >(&data_)) return *flag ? 1 : 0;
+   return 0;
+}
+
+const PtrConst< StructValue > & Value::structValue() const noexcept {
+   static const PtrConst< StructValue > none;
+   const PtrConst< StructValue > * fields = std::get_if< PtrConst< StructValue > >(&data_);
+   return fields ? *fields : none;
+}
+
 String Value::strep() const {
-   switch (kind_) {
+   switch (kind()) {
    case Kind::none:
       return String();
    case Kind::string:
-      return valueToStrep(text_);
+      return valueToStrep(stringValue());
    case Kind::integer:
-      return String(std::to_string(number_));
+      return String(std::to_string(integerValue()));
    case Kind::boolean:
-      return String(number_ ? "true" : "false");
+      return String(booleanValue() ? "true" : "false");
    case Kind::structured: {
-      std::string out = "Value(" + valueToStrep(struct_->typeName()).stdString() + ", ** {";
+      const StructValue & fields = *structValue();
+      std::string out = "Value(" + valueToStrep(fields.typeName()).stdString() + ", ** {";
       const char * separator = "";
-      for (const auto & [name, field] : struct_->fields()) {
+      for (const auto & [name, field] : fields.fields()) {
          out += separator;
          out += valueToStrep(String(name)).view();
          out += ": ";
@@ -60,21 +75,11 @@ String Value::strep() const {
 }
 
 bool Value::operator==(const Value & o) const {
-   if (kind_ != o.kind_) return false;
-   switch (kind_) {
-   case Kind::none:
-      return true;
-   case Kind::string:
-      return text_ == o.text_;
-   case Kind::integer:
-   case Kind::boolean:
-      return number_ == o.number_;
-   case Kind::structured:
-      if (struct_ == o.struct_) return true;
-      return struct_->typeName() == o.struct_->typeName() &&
-             struct_->fields() == o.struct_->fields();
-   }
-   return false;
+   if (kind() != o.kind()) return false;
+   if (kind() != Kind::structured) return data_ == o.data_;
+   const PtrConst< StructValue > & a = structValue();
+   const PtrConst< StructValue > & b = o.structValue();
+   return a == b || (a->typeName() == b->typeName() && a->fields() == b->fields());
 }
 
 Value StructValue::field(const std::string & name) const {

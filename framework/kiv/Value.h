@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <variant>
 
 #include "kiv/Ptr.h"
 #include "kiv/String.h"
@@ -31,21 +32,23 @@ class Value {
    static Value boolean(bool flag);
    static Value structured(const PtrConst< StructValue > & fields);
 
-   Kind kind() const noexcept { return kind_; }
-   bool isNone() const noexcept { return kind_ == Kind::none; }
-   const String & stringValue() const noexcept { return text_; }
-   std::int64_t integerValue() const noexcept { return number_; }
-   bool booleanValue() const noexcept { return number_ != 0; }
-   const PtrConst< StructValue > & structValue() const noexcept { return struct_; }
+   Kind kind() const noexcept { return static_cast< Kind >(data_.index()); }
+   bool isNone() const noexcept { return kind() == Kind::none; }
+   // The text of a string value; empty for any other kind.
+   const String & stringValue() const noexcept;
+   // An integer, or a boolean as 1 or 0; 0 for any other kind.
+   std::int64_t integerValue() const noexcept;
+   bool booleanValue() const noexcept { return integerValue() != 0; }
+   // The fields of a structured value; null for any other kind.
+   const PtrConst< StructValue > & structValue() const noexcept;
 
    String strep() const;
    bool operator==(const Value & o) const;
 
  private:
-   Kind kind_ = Kind::none;
-   String text_;
-   std::int64_t number_ = 0;
-   PtrConst< StructValue > struct_;
+   // One alternative per Kind, in its order: a configuration holds one Value
+   // per attribute, so the value stays as small as its largest member.
+   std::variant< std::monostate, String, std::int64_t, bool, PtrConst< StructValue > > data_;
 };
 
 // The fields of a structured value; immutable once shared.
