@@ -13,11 +13,6 @@ constexpr char updateUtilSignature[] =
    "void Mlag::ConfigCheck::updateConfigCheckDbUtil(const Ptr&, const Ptr&, const PtrConst&, "
    "Kiv::String, const Ptr&, const Ptr&, Kiv::String, bool)";
 
-Kiv::String overridden(const Kiv::Ptr< ConfigCheckDesc > & desc, const Kiv::String & value) {
-   Kiv::String replacement = desc->valueStrOverride(value);
-   return replacement.empty() ? value : replacement;
-}
-
 void recordLocal(const Kiv::Ptr< ConfigCheckDesc > & desc,
                  const Kiv::Ptr< ConfigPluginDir > & pluginDir, const Porta::IntfId & intfId,
                  const Kiv::String & paramName, const Kiv::String & name,
@@ -59,7 +54,7 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
       if (paramName.empty()) continue;
       const Kiv::KivAttr * attrRecord = type.attr(attr.view());
       if (!attrRecord || attrRecord->collection) continue;
-      Kiv::String value = overridden(desc, stringUnquote(strRep(config->genericIfGet(*attrRecord))));
+      Kiv::String value = localValueText(*desc, config->genericIfGet(*attrRecord));
       Kiv::String defaultValue = desc->defaultVal(attr);
       if (!defaultValue.empty()) {
          MLAG_TRACE_FN(9, updateUtilSignature, "Default value is ", defaultValue,
@@ -88,7 +83,7 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
          Kiv::String paramName = getParamName(desc, collectionMemberParam(key, displayName),
                                               intfId, presentMlagId, name);
          if (paramName.empty()) continue;
-         Kiv::String value = overridden(desc, stringUnquote(strRep(member.value())));
+         Kiv::String value = localValueText(*desc, member.value());
          MLAG_TRACE_FN(9, updateUtilSignature, "Updating ", paramName, " with local val ", value);
          // Members are published first and whatever their value.
          if (p2pConfig) p2pConfig->attrCollectionIs(CollectionConfig(coll, key), value);

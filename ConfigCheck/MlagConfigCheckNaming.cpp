@@ -2,6 +2,7 @@
 
 #include "MlagConfigCheckTrace.h"
 #include "kiv/Exception.h"
+#include "kiv/RecentStrings.h"
 #include "mlag/ReloadDelay.h"
 
 namespace Mlag::ConfigCheck {
@@ -68,6 +69,14 @@ Kiv::String strRep(const Kiv::GenericValue & value) {
       return mlagReloadDelayStrRep(*value.value().structValue());
    }
    return value.strep();
+}
+
+Kiv::String localValueText(const ConfigCheckDesc & desc, const Kiv::GenericValue & value) {
+   // The checker runs on one event thread; the table is only a cache.
+   static Kiv::RecentStrings<> recent;
+   const Kiv::String text = stringUnquote(value ? strRep(value) : Kiv::String());
+   const Kiv::String replacement = desc.valueStrOverride(text);
+   return recent.shared(replacement.empty() ? text : replacement);
 }
 
 } // namespace Mlag::ConfigCheck

@@ -33,4 +33,9 @@ Kiv::String stringUnquote(Kiv::String text);
 // The text form of a configuration value; a reload delay shows its delay.
 Kiv::String strRep(const Kiv::GenericValue & value);
 
+// The text a local value is published and compared by: its unquoted text
+// form, or the descriptor's replacement for that text. Equal texts share one
+// buffer, since a value usually repeats on every interface.
+Kiv::String localValueText(const ConfigCheckDesc & desc, const Kiv::GenericValue & value);
+
 } // namespace Mlag::ConfigCheck

@@ -195,12 +195,6 @@ Kiv::GenericValue StatehubToP2pSm::readConfigAccessor(const Kiv::GenericValue & 
    }
 }
 
-Kiv::String StatehubToP2pSm::valueString(const Kiv::GenericValue & value) const {
-   const Kiv::String text = stringUnquote(value ? strRep(value) : Kiv::String());
-   const Kiv::String replacement = configCheckDesc_->valueStrOverride(text);
-   return replacement.empty() ? text : replacement;
-}
-
 Kiv::GenericValue StatehubToP2pSm::localElement(const Kiv::String & attrName,
                                                 const Kiv::String & key) const {
    if (!readConfig_) return Kiv::GenericValue();
@@ -253,7 +247,7 @@ void StatehubToP2pSm::onAttributeChange(const Kiv::KivAttr & attr, const Kiv::Ge
       attrLookup.empty() ? collectionMemberParam(memberKey, collectionLookup) : attrLookup;
    const Kiv::String paramName = getParamName(configCheckDesc_, base, intfId, mlagId_, name_);
    if (paramName.empty()) return; // not a parameter here: nothing is published or recorded
-   const Kiv::String valueText = valueString(value);
+   const Kiv::String valueText = localValueText(*configCheckDesc_, value);
    if (!attrLookup.empty()) {
       // A value equal to its default is left out of the record when absence
       // already means the default to the peer.
@@ -295,7 +289,7 @@ void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
                                           const Kiv::KivAttr & attr) {
    const Kiv::GenericValue value = readConfigAccessor(key, attr);
    const Kiv::String keyStr = stringUnquote(key ? strRep(key) : Kiv::String());
-   const Kiv::String valueText = valueString(value);
+   const Kiv::String valueText = localValueText(*configCheckDesc_, value);
    const Kiv::String attrLookup = configCheckDesc_->attrName(attr.name);
    const Kiv::String collectionLookup = configCheckDesc_->collectionName(attr.name);
    if (!attrLookup.empty() || !collectionLookup.empty()) {

@@ -110,8 +110,6 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
  private:
    // The names of every nested machine beneath this one, at any depth.
    void collectNestedNames(std::vector< Kiv::String > & names) const;
-   // The value string of one change: unquoted, with the override applied.
-   Kiv::String valueString(const Kiv::GenericValue & value) const;
    // Writes one parameter's local value; the last step of every change.
    void recordLocalParam(const Kiv::KivAttr & attr, const Porta::IntfId & intfId,
                          const Kiv::String & keyText, const Kiv::String & paramName,

@@ -66,6 +66,11 @@ TEST_F(DbUpdateTest, AbsenceImpliesDefaultKeepsDefaultsOutOfTheRecordOnly) {
    // Collection members are published whatever their value.
    EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "10")), "allowed");
    EXPECT_EQ(intfEntry(dir, "10 vlan", "Ethernet1")->defaultVal(), "allowed");
+
+   // The same value on another interface is held once, not once per interface.
+   publish("Ethernet2");
+   EXPECT_EQ(intfEntry(dir, "mode", "Ethernet2")->localVal().charPtr(),
+             intfEntry(dir, "mode", "Ethernet1")->localVal().charPtr());
 }
 
 // After an MLAG id change one call moves the entries: the old entry keeps

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kiv/Exception.h"
+#include "kiv/RecentStrings.h"
 #include "kiv/Ptr.h"
 
 namespace {
@@ -105,6 +106,22 @@ TEST(StringTest, NameParsesItsStringFormAndAdvances) {
    const char * q = bad.data();
    EXPECT_THROW(Kiv::Name(q, bad.data() + bad.size()), Kiv::ParseException);
    EXPECT_EQ(q, bad.data());
+}
+
+// Equal texts made apart come back with one buffer; a text that lands on a
+// taken place replaces it, and every text still reads back as itself.
+TEST(StringTest, RecentStringsShareEqualTextsAndNeverMixThemUp) {
+   Kiv::RecentStrings< 2 > recent;
+   const Kiv::String first = recent.shared(Kiv::String("9214"));
+   const Kiv::String again = recent.shared(Kiv::String("9214"));
+   EXPECT_EQ(again.charPtr(), first.charPtr());
+   // Enough other texts to push "9214" out of its place, whichever it is.
+   for (const char * text : {"1500", "active", "passive", "on", "off", ""}) {
+      EXPECT_EQ(recent.shared(Kiv::String(text)), text);
+   }
+   const Kiv::String later = recent.shared(Kiv::String("9214"));
+   EXPECT_EQ(later, "9214");
+   EXPECT_EQ(first, "9214");
 }
 
 } // namespace
