@@ -20,12 +20,13 @@
 // Storage of erased entries is reclaimed only when no iterator is live.
 #pragma once
 
+#include <algorithm>
 #include <cassert>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace Kiv {
 
@@ -61,24 +62,22 @@ class HashMap {
       // True while the iterator stands on an entry.
       bool valid() {
          settle();
-         return pos_ < map_->slots_.size();
+         return pos_ < map_->size_;
       }
       const K & key() {
          settle();
-         assert(pos_ < map_->slots_.size() && "iterator at end");
+         assert(pos_ < map_->size_ && "iterator at end");
          return map_->slots_[pos_].key;
       }
       ValueRef value() {
          settle();
-         assert(pos_ < map_->slots_.size() && "iterator at end");
+         assert(pos_ < map_->size_ && "iterator at end");
          return map_->slots_[pos_].value;
       }
-      // After the current entry was erased, the next live entry already is
-      // its successor, so only a live current entry is stepped over.
       // Moves to the next entry. An iterator whose entry was erased under it
       // already stands before the next one, so it only settles there.
       IteratorT & operator++() {
-         if (pos_ < map_->slots_.size() && map_->slots_[pos_].live) ++pos_;
+         if (pos_ < map_->size_ && map_->slots_[pos_].live) ++pos_;
          settle();
          return *this;
       }
@@ -100,7 +99,7 @@ class HashMap {
          settle();
       }
       void settle() {
-         while (pos_ < map_->slots_.size() && !map_->slots_[pos_].live) ++pos_;
+         while (pos_ < map_->size_ && !map_->slots_[pos_].live) ++pos_;
       }
       MapT * map_;
       std::size_t pos_;
@@ -109,22 +108,26 @@ class HashMap {
    using ConstIterator = IteratorT< true >;
 
    HashMap() = default;
-   HashMap(const HashMap & o) {
-      for (const Slot & s : o.slots_) {
-         if (s.live) insert(s.key, s.value);
+   // Delegating makes the destructor release what a throwing insert left.
+   HashMap(const HashMap & o) : HashMap() {
+      for (std::size_t pos = 0; pos < o.size_; ++pos) {
+         if (o.slots_[pos].live) insert(o.slots_[pos].key, o.slots_[pos].value);
       }
    }
    HashMap & operator=(const HashMap & o) {
       if (this != &o) {
          HashMap copy(o);
          clear();
-         for (const Slot & s : copy.slots_) {
-            if (s.live) insert(s.key, s.value);
+         for (std::size_t pos = 0; pos < copy.size_; ++pos) {
+            if (copy.slots_[pos].live) insert(copy.slots_[pos].key, copy.slots_[pos].value);
          }
       }
       return *this;
    }
-   ~HashMap() { assert(iterators_ == 0 && "map destroyed while an iterator is live"); }
+   ~HashMap() {
+      assert(iterators_ == 0 && "map destroyed while an iterator is live");
+      releaseSlots();
+   }
 
    std::size_t size() const noexcept { return live_; }
    bool empty() const noexcept { return live_ == 0; }
@@ -136,7 +139,7 @@ class HashMap {
    // An iterator on `key`, or at the end when the key is absent.
    Iterator find(const K & key) {
       std::size_t pos = lookup(key, hashOf(key));
-      return Iterator(this, pos == npos ? slots_.size() : pos);
+      return Iterator(this, pos == npos ? size_ : pos);
    }
 
    const V * get(const K & key) const {
@@ -186,7 +189,7 @@ class HashMap {
    // Removes the entry the iterator stands on (nothing when that entry is
    // already gone); the iterator stays usable and advances past it.
    void erase(Iterator & it) {
-      if (it.pos_ < slots_.size() && slots_[it.pos_].live) eraseAt(it.pos_);
+      if (it.pos_ < size_ && slots_[it.pos_].live) eraseAt(it.pos_);
    }
    // Walks the map from its beginning and removes every entry.
    void clear() {
@@ -202,19 +205,20 @@ class HashMap {
    static std::uint32_t hashOf(const K & key) {
       return static_cast< std::uint32_t >(Hash()(key));
    }
-   std::size_t bucketOf(std::uint32_t h) const {
-      return (std::uint32_t(h * 2654435769u) >> shift_) & (index_.size() - 1);
-   }
+   // Bucket count - 1; only meaningful while the index exists.
+   std::size_t mask() const { return ~std::uint32_t(0) >> shift_; }
+   std::size_t bucketOf(std::uint32_t h) const { return std::uint32_t(h * 2654435769u) >> shift_; }
 
    std::size_t lookup(const K & key, std::uint32_t h) const {
-      if (index_.empty()) {
-         for (std::size_t pos = 0; pos < slots_.size(); ++pos) {
+      if (!index_) {
+         for (std::size_t pos = 0; pos < size_; ++pos) {
             const Slot & s = slots_[pos];
             if (s.live && s.hash == h && s.key == key) return pos;
          }
          return npos;
       }
-      for (std::size_t b = bucketOf(h);; b = (b + 1) & (index_.size() - 1)) {
+      const std::size_t mask = this->mask();
+      for (std::size_t b = bucketOf(h);; b = (b + 1) & mask) {
          std::uint32_t entry = index_[b];
          if (entry == 0) return npos;
          const Slot & s = slots_[entry - 1];
@@ -225,31 +229,34 @@ class HashMap {
    // Stores a new live entry last in iteration order; returns its value.
    V * append(Slot && fresh) {
       maybeCompact();
+      if (size_ == capacity_) relocate(capacity_ == 0 ? 1 : capacity_ * 2, false);
       const std::uint32_t h = fresh.hash;
-      slots_.push_back(std::move(fresh));
+      std::construct_at(slots_ + size_, std::move(fresh));
+      ++size_;
       ++live_;
-      indexAdd(slots_.size() - 1, h);
-      return &slots_.back().value;
+      indexAdd(size_ - 1, h);
+      return &slots_[size_ - 1].value;
    }
 
    void indexAdd(std::size_t pos, std::uint32_t h) {
-      if (index_.empty()) {
-         if (slots_.size() > linearLimit) rebuildIndex(4 * linearLimit);
+      if (!index_) {
+         if (size_ > linearLimit) rebuildIndex(4 * linearLimit);
          return; // a small map is searched without an index
       }
-      if ((live_ + 1) * 2 > index_.size()) {
-         rebuildIndex(index_.size() * 2);
+      const std::size_t n = mask() + 1;
+      if ((live_ + 1) * 2 > n) {
+         rebuildIndex(n * 2);
          return; // the rebuild indexed every live slot, `pos` included
       }
       std::size_t b = bucketOf(h);
-      while (index_[b] != 0) b = (b + 1) & (index_.size() - 1);
+      while (index_[b] != 0) b = (b + 1) & (n - 1);
       index_[b] = static_cast< std::uint32_t >(pos + 1);
    }
 
    // Linear probing with backward-shift deletion: no tombstones in the index.
    void indexRemove(std::size_t pos) {
-      if (index_.empty()) return;
-      std::size_t mask = index_.size() - 1;
+      if (!index_) return;
+      const std::size_t mask = this->mask();
       std::size_t b = bucketOf(slots_[pos].hash);
       while (index_[b] != pos + 1) b = (b + 1) & mask;
       std::size_t hole = b;
@@ -265,14 +272,19 @@ class HashMap {
       index_[hole] = 0;
    }
 
-   void rebuildIndex(std::size_t buckets) {
-      index_.assign(buckets, 0);
-      shift_ = 32;
-      for (std::size_t n = buckets; n > 1; n >>= 1) --shift_;
-      for (std::size_t pos = 0; pos < slots_.size(); ++pos) {
+   void rebuildIndex(std::size_t count) {
+      std::uint32_t shift = 32;
+      for (std::size_t n = count; n > 1; n >>= 1) --shift;
+      if (index_ && shift == shift_) {
+         std::fill_n(index_.get(), count, std::uint32_t(0));
+      } else {
+         index_ = std::make_unique< std::uint32_t[] >(count);
+         shift_ = shift;
+      }
+      for (std::size_t pos = 0; pos < size_; ++pos) {
          if (!slots_[pos].live) continue;
          std::size_t b = bucketOf(slots_[pos].hash);
-         while (index_[b] != 0) b = (b + 1) & (buckets - 1);
+         while (index_[b] != 0) b = (b + 1) & (count - 1);
          index_[b] = static_cast< std::uint32_t >(pos + 1);
       }
    }
@@ -282,7 +294,6 @@ class HashMap {
       Slot & s = slots_[pos];
       s.live = false;
       --live_;
-      ++dead_;
       // Destroy the key and value only after the bookkeeping: their
       // destructors may use this map again.
       [[maybe_unused]] K deadKey = std::move(s.key);
@@ -293,29 +304,59 @@ class HashMap {
 
    // Drops erased slots when no iterator can still stand on one.
    void maybeCompact() {
-      if (iterators_ != 0 || dead_ == 0) return;
+      const std::uint32_t dead = size_ - live_;
+      if (iterators_ != 0 || dead == 0) return;
       if (live_ == 0) {
-         slots_.clear();
-      } else if (dead_ < 16 || dead_ < live_) {
+         std::destroy_n(slots_, size_);
+         size_ = 0;
+      } else if (dead < 16 || dead < live_) {
          return;
       } else {
-         std::vector< Slot > kept;
-         kept.reserve(live_ * 2);
-         for (Slot & s : slots_) {
-            if (s.live) kept.push_back(std::move(s));
-         }
-         slots_.swap(kept);
+         relocate(live_ * 2, true);
       }
-      dead_ = 0;
-      if (!index_.empty()) rebuildIndex(index_.size());
+      if (index_) rebuildIndex(mask() + 1);
    }
 
-   std::vector< Slot > slots_;          // insertion order; erased slots stay until compaction
-   std::vector< std::uint32_t > index_; // bucket -> slot position + 1; 0 = empty
+   // Moves the slots into a new array of `capacity`, leaving out erased ones
+   // when `dropErased`. Slots whose move may throw are copied, so that a
+   // failure leaves the map as it was.
+   void relocate(std::uint32_t capacity, bool dropErased) {
+      std::allocator< Slot > alloc;
+      Slot * moved = alloc.allocate(capacity);
+      std::uint32_t count = 0;
+      try {
+         for (std::uint32_t pos = 0; pos < size_; ++pos) {
+            if (dropErased && !slots_[pos].live) continue;
+            std::construct_at(moved + count, std::move_if_noexcept(slots_[pos]));
+            ++count;
+         }
+      } catch (...) {
+         std::destroy_n(moved, count);
+         alloc.deallocate(moved, capacity);
+         throw;
+      }
+      releaseSlots();
+      slots_ = moved;
+      size_ = count;
+      capacity_ = capacity;
+   }
+
+   void releaseSlots() noexcept {
+      if (slots_ == nullptr) return;
+      std::destroy_n(slots_, size_);
+      std::allocator< Slot >().deallocate(slots_, capacity_);
+   }
+
+   // An owned array and a derived bucket count instead of two std::vectors:
+   // tens of thousands of one-entry maps sit inside entities, and this keeps
+   // each map at 40 bytes.
+   Slot * slots_ = nullptr; // insertion order; erased slots stay until compaction
+   std::unique_ptr< std::uint32_t[] > index_; // bucket -> slot position + 1; 0 = empty
    // Counts fit 32 bits: the index stores slot positions in 32 bits too.
-   std::uint32_t shift_ = 28;
+   std::uint32_t size_ = 0;     // slots in use, erased ones included
+   std::uint32_t capacity_ = 0; // grows by doubling from one
+   std::uint32_t shift_ = 32;   // 32 - log2(index buckets), once the index exists
    std::uint32_t live_ = 0;
-   std::uint32_t dead_ = 0;
    mutable std::uint32_t iterators_ = 0; // live iterators; compaction waits for zero
 };
 

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kiv/Ptr.h"
@@ -94,6 +96,9 @@ struct Hostile : Kiv::PtrInterface {
    int insertKey_;
 };
 
+// Entities embed one map each, most holding a single entry.
+static_assert(sizeof(Kiv::HashMap< Kiv::String, Kiv::Ptr< Hostile > >) <= 40);
+
 TEST(HashMapTest, ValueDestructorMayEraseFromAndInsertIntoTheMap) {
    Hostile::Map m;
    // An even key's value erases its odd neighbour and adds a key when it
@@ -117,6 +122,121 @@ TEST(HashMapTest, ValueDestructorMayEraseFromAndInsertIntoTheMap) {
    m.clear();
    EXPECT_TRUE(m.empty());
    EXPECT_EQ(Kiv::LiveCount::count("(anonymous namespace)::Hostile"), 0);
+}
+
+TEST(HashMapTest, GrowsUnderALiveIteratorThatErasesAsItGoes) {
+   Kiv::HashMap< int, Kiv::String > m;
+   std::vector< int > visited;
+   {
+      // Two insertions per step: the storage and the index grow many times
+      // while erased slots are still held for the iterator.
+      auto it = m.begin();
+      for (int k = 0; k < 600; k += 2) {
+         m.insert(k, Kiv::format("v%d", k));
+         m.insert(k + 1, Kiv::format("v%d", k + 1));
+         ASSERT_TRUE(it.valid()) << k;
+         visited.push_back(it.key());
+         ASSERT_EQ(it.value(), Kiv::format("v%d", it.key()));
+         if (it.key() % 3 == 0) m.erase(it);
+         ++it;
+      }
+   }
+   std::vector< int > expected;
+   for (int k = 0; k < 600; ++k) {
+      if (k < 300) {
+         EXPECT_EQ(visited[static_cast< std::size_t >(k)], k);
+      }
+      if (k >= 300 || k % 3 != 0) expected.push_back(k);
+   }
+   auto check = [&] {
+      std::vector< int > order;
+      for (auto & it : m) order.push_back(it.key());
+      ASSERT_EQ(order, expected);
+      for (int k = 0; k < 600; ++k) {
+         const Kiv::String * v = m.get(k);
+         const bool live = std::find(expected.begin(), expected.end(), k) != expected.end();
+         ASSERT_EQ(v != nullptr, live) << k;
+         if (v) {
+            EXPECT_EQ(*v, Kiv::format("v%d", k));
+         }
+      }
+   };
+   check();
+   // With no iterator left, the next insertion drops the erased slots.
+   for (int k = 0; k < 550; ++k) {
+      if (m.erase(k)) expected.erase(std::find(expected.begin(), expected.end(), k));
+   }
+   m.insert(0, Kiv::format("v%d", 0));
+   expected.push_back(0);
+   check();
+}
+
+TEST(HashMapTest, CopiesHoldOnlyTheLiveEntriesInOrder) {
+   // Below and above the small-map limit, with a live iterator on the source
+   // so that its erased slots are kept.
+   for (const char * letters : {"ab", "abcdef", "abcdefghijklmnopqrst"}) {
+      SCOPED_TRACE(letters);
+      Map source = lettered(letters);
+      auto it = source.begin();
+      std::vector< std::string > expected;
+      for (const char * c = letters; *c; ++c) {
+         if ((*c - 'a') % 2 == 0) {
+            source.erase(Kiv::String(c, 1));
+         } else {
+            expected.push_back(std::string(1, *c));
+         }
+      }
+      Map copy(source);
+      Map assigned = lettered("xyz");
+      assigned = source;
+      for (Map * m : {&copy, &assigned}) {
+         EXPECT_EQ(keys(*m), expected);
+         EXPECT_EQ(m->size(), expected.size());
+         EXPECT_FALSE(m->contains("a"));
+         EXPECT_FALSE(m->contains("x"));
+         EXPECT_EQ(*m->get("b"), 1);
+         m->insert("b", 100);
+      }
+      EXPECT_EQ(*source.get("b"), 1);
+   }
+}
+
+// A value whose move may throw, so growing storage copies it; copies fail
+// on demand.
+struct Fragile {
+   Fragile() = default;
+   explicit Fragile(int v) : value(v) {}
+   Fragile(const Fragile & o) : value(o.value) {
+      if (failCopies) throw std::runtime_error("copy");
+   }
+   Fragile(Fragile && o) noexcept(false) : value(std::exchange(o.value, 0)) {}
+   Fragile & operator=(const Fragile &) = default;
+   Fragile & operator=(Fragile &&) = default;
+   int value = 0;
+   static inline bool failCopies = false;
+};
+
+TEST(HashMapTest, FailedGrowthLeavesTheMapAsItWas) {
+   // Each size fills the storage exactly, so the next insertion must grow it.
+   for (int size : {1, 2, 4, 16}) {
+      SCOPED_TRACE(size);
+      Kiv::HashMap< int, Fragile > m;
+      for (int k = 0; k < size; ++k) m.insert(k, Fragile(k + 10));
+      Fragile::failCopies = true;
+      EXPECT_THROW(m.insert(size, Fragile(1)), std::runtime_error);
+      EXPECT_THROW(m.getOrInsert(size, [] { return Fragile(1); }), std::runtime_error);
+      Fragile::failCopies = false;
+      EXPECT_FALSE(m.contains(size));
+      ASSERT_EQ(m.size(), static_cast< std::size_t >(size));
+      int expected = 0;
+      for (auto & it : m) {
+         EXPECT_EQ(it.key(), expected);
+         EXPECT_EQ(it.value().value, expected + 10);
+         ++expected;
+      }
+      EXPECT_TRUE(m.insert(size, Fragile(1)).second);
+      EXPECT_EQ(m.get(0)->value, 10);
+   }
 }
 
 // The model: entries in first-insertion order, erased ones marked dead; dead
