@@ -16,20 +16,19 @@ std::vector< Ptr< KivType > > & registry() {
 
 KivType::~KivType() {
    if (!base_) return;
-   std::vector< KivType * > & siblings = base_->extensions_;
-   std::erase(siblings, this);
+   const String & added = attrs_.back().name;
+   KivType * const * listed = base_->extensions_.get(added);
+   if (listed && *listed == this) base_->extensions_.erase(added);
 }
 
 Ptr< KivType > KivType::extendedBy(const String & name, bool collection) {
-   for (KivType * extension : extensions_) {
-      const KivAttr & last = extension->attrs_.back();
-      if (last.collection == collection && last.name == name) return Ptr< KivType >(extension);
-   }
+   KivType * const * listed = extensions_.get(name);
+   if (listed && (*listed)->attrs_.back().collection == collection) return Ptr< KivType >(*listed);
    Ptr< KivType > extension = kivNew< KivType >(name_);
    extension->attrs_ = attrs_;
    extension->attrs_.push_back(KivAttr{name, static_cast< std::uint32_t >(attrs_.size() + 1), collection});
    extension->base_ = Ptr< KivType >(this);
-   extensions_.push_back(extension.get());
+   if (!listed) extensions_.insert(name, extension.get());
    return extension;
 }
 

@@ -19,6 +19,7 @@
 #include <deque>
 #include <vector>
 
+#include "kiv/HashMap.h"
 #include "kiv/Ptr.h"
 #include "kiv/String.h"
 
@@ -60,11 +61,12 @@ class KivType : public PtrInterface {
    String name_;
    std::deque< KivAttr > attrs_; // attrs_[id - 1]; references stay valid as attributes are added
    Factory factory_;
-   // An extension holds the type it extends; that type lists its live
-   // extensions without holding them, and an extension leaves the list when
-   // it dies.
+   // An extension holds the type it extends; that type finds its live
+   // extensions by their added attribute's name without holding them, and an
+   // extension leaves the table when it dies. Of two extensions by one name
+   // in both shapes, only the first is listed (and shared).
    Ptr< KivType > base_;
-   std::vector< KivType * > extensions_;
+   HashMap< String, KivType * > extensions_;
 };
 
 // Registers a type; a second type of the same name is refused with the

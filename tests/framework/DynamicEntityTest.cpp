@@ -49,6 +49,18 @@ TEST(DynamicEntityTest, AlikeMembersShareATypeAndADivergingOneGetsItsOwn) {
       EXPECT_NE(&a->kivType(), &c->kivType());
       EXPECT_EQ(c->kivType().attr("mode")->id, 2u);
       EXPECT_EQ(c->value("mode"), Kiv::Value::string("active"));
+
+      // One name in both shapes from one type: two types, the first one shared.
+      auto scalar = top->entityMemberIs("intfConfig", "Port-Channel4");
+      auto collection = top->entityMemberIs("intfConfig", "Port-Channel5");
+      auto scalarToo = top->entityMemberIs("intfConfig", "Port-Channel6");
+      scalar->valueIs("x", Kiv::Value::integer(1));
+      collection->memberIs("x", "k", Kiv::Value::integer(2));
+      scalarToo->valueIs("x", Kiv::Value::integer(3));
+      EXPECT_FALSE(scalar->kivType().attr("x")->collection);
+      EXPECT_TRUE(collection->kivType().attr("x")->collection);
+      EXPECT_EQ(&scalar->kivType(), &scalarToo->kivType());
+      EXPECT_EQ(collection->member("x", "k").value(), Kiv::Value::integer(2));
    }
    // Types live as long as the entities that use them.
    EXPECT_EQ(liveTypes(), before);
