@@ -150,7 +150,7 @@ Ptr< DynamicEntity > DynamicEntity::entityMemberIs(const String & collection, co
    if (const GenericValue * current = c.members.get(key); current && current->isEntity()) {
       return ptrCast< DynamicEntity >(current->entity());
    }
-   if (!c.memberType) c.memberType = kivNew< KivType >(String("Kiv::DynamicEntity"));
+   if (!c.memberType) c.memberType = kivNew< KivType >(String(defaultTypeName));
    Ptr< DynamicEntity > created = kivNew< DynamicEntity >(Name(key), c.memberType);
    created->kivParentIs(this, collection);
    c.members.insert(key, GenericValue(Ptr< GenericIf >(created)));

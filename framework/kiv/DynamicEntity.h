@@ -22,7 +22,10 @@ namespace Kiv {
 
 class DynamicEntity : public GenericIf {
  public:
-   explicit DynamicEntity(const Name & name, const String & typeName = "Kiv::DynamicEntity");
+   // The type name of an entity that is given none, nested members included.
+   static constexpr const char * defaultTypeName = "Kiv::DynamicEntity";
+
+   explicit DynamicEntity(const Name & name, const String & typeName = defaultTypeName);
    // An entity that starts with `emptyType`, an attribute-less type it
    // shares with its siblings (see KivType::extendedBy).
    DynamicEntity(const Name & name, const Ptr< KivType > & emptyType);
