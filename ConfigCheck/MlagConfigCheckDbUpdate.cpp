@@ -1,5 +1,7 @@
 #include "MlagConfigCheckDbUpdate.h"
 
+#include <vector>
+
 #include "MlagConfigCheckNaming.h"
 #include "MlagConfigCheckTrace.h"
 #include "MlagConfigCheckUtil.h"
@@ -48,9 +50,23 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
    if (!config) return;
    const Kiv::KivType & type = config->kivType();
 
+   // Every parameter is named before the first is filed, so that an
+   // interface's table entries are asked for together. getParamName traces
+   // only where it names nothing, for every attribute of the call alike, and
+   // such attributes trace nothing more: the trace reads as before.
+   std::vector< Kiv::String > attrs;
+   std::vector< Kiv::String > paramNames;
+   attrs.reserve(desc->attrNameMap().size());
+   paramNames.reserve(desc->attrNameMap().size());
    for (auto & it : desc->attrNameMap()) {
-      const Kiv::String attr = it.key();
-      Kiv::String paramName = getParamName(desc, it.value(), intfId, presentMlagId, name);
+      attrs.push_back(it.key());
+      paramNames.push_back(getParamName(desc, it.value(), intfId, presentMlagId, name));
+   }
+   if (intfId) prefetchIntfTables(pluginDir, paramNames);
+
+   for (std::size_t i = 0; i < attrs.size(); ++i) {
+      const Kiv::String & attr = attrs[i];
+      const Kiv::String & paramName = paramNames[i];
       if (paramName.empty()) continue;
       const Kiv::KivAttr * attrRecord = type.attr(attr.view());
       if (!attrRecord || attrRecord->collection) continue;
@@ -100,10 +116,20 @@ void updateConfigCheckDbPeer(const Kiv::Ptr< ConfigCheckDesc > & desc,
    const Kiv::String presentMlagId = mlagIdOf(mlagConfig, intfId);
    if (!mlagId.empty() && !(mlagId == presentMlagId)) handlePeerIntfDelete(pluginDir, name);
    if (!peerConfig) return;
+   // Named first, filed after, as on the local side. Only the transport
+   // writes the record, never a filing, so the values read first still hold.
+   std::vector< Kiv::String > paramNames;
+   std::vector< Kiv::String > peerVals;
+   paramNames.reserve(peerConfig->attrMap().size());
+   peerVals.reserve(peerConfig->attrMap().size());
    for (auto & it : peerConfig->attrMap()) {
-      Kiv::String paramName =
-         getParamName(desc, desc->attrName(it.key()), intfId, presentMlagId, name);
-      insertPeerParam(pluginDir, paramName, name, intfId, it.value());
+      paramNames.push_back(
+         getParamName(desc, desc->attrName(it.key()), intfId, presentMlagId, name));
+      peerVals.push_back(it.value());
+   }
+   if (intfId) prefetchIntfTables(pluginDir, paramNames);
+   for (std::size_t i = 0; i < paramNames.size(); ++i) {
+      insertPeerParam(pluginDir, paramNames[i], name, intfId, peerVals[i]);
    }
    for (auto & it : peerConfig->attrCollectionMap()) {
       const CollectionConfig & member = it.key();

@@ -108,6 +108,18 @@ void doInsertPeerIntfParam(PluginDirPtr pluginPtr, Kiv::String paramName, Kiv::S
    table->configIntfDiffIs(provisionalPeerKey(intfName))->peerValIs(peerVal);
 }
 
+void prefetchIntfTables(const PluginDirPtr & pluginPtr,
+                        const std::vector< Kiv::String > & paramNames) {
+   KIV_ASSERT(pluginPtr);
+   const auto & tables = pluginPtr->configIntfDirMap();
+   for (const Kiv::String & paramName : paramNames) {
+      if (!paramName.empty()) tables.prefetchBucket(Kiv::Name(paramName));
+   }
+   for (const Kiv::String & paramName : paramNames) {
+      if (!paramName.empty()) tables.prefetchSlot(Kiv::Name(paramName));
+   }
+}
+
 void handleLocalIntfDelete(PluginDirPtr pluginPtr, Kiv::String intfName) {
    KIV_ASSERT(pluginPtr);
    MLAG_TRACE(7, "Clearing local entry for plugin ", pluginPtr->name(), " interface name ", intfName);

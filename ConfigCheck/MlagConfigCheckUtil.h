@@ -8,6 +8,8 @@
 //   doInsertLocalIntfParam(dir, "mtu", "Ethernet1", "9000", "1500", false); // adopts it
 #pragma once
 
+#include <vector>
+
 #include "ConfigPluginDir.h"
 
 namespace Mlag::ConfigCheck {
@@ -33,6 +35,14 @@ void doInsertPeerParam(PluginDirPtr pluginPtr, Kiv::String paramName, Kiv::Strin
 // REQUIRES: pluginPtr, intfName not empty
 void doInsertPeerIntfParam(PluginDirPtr pluginPtr, Kiv::String paramName, Kiv::String intfName,
                            Kiv::String peerVal);
+
+// Starts loading what filing entries under `paramNames` into the interface
+// tables reads first, for a caller about to file them one after another.
+// A start-up files thousands of parameters into a table far larger than the
+// cache: asked for together, their misses overlap instead of following one
+// another. Changes nothing; empty names are skipped. REQUIRES: pluginPtr
+void prefetchIntfTables(const PluginDirPtr & pluginPtr,
+                        const std::vector< Kiv::String > & paramNames);
 
 // Deletions clear one side's values; an entry whose other side still has a
 // value ("0" and "-" count as none) is kept, else it goes, and so does an
