@@ -163,8 +163,17 @@ class HashMap {
    }
    void prefetchSlot(const K & key) const {
       if (!index_) return;
-      const std::uint32_t entry = index_[bucketOf(hashOf(key))];
-      if (entry != 0) __builtin_prefetch(&slots_[entry - 1]);
+      // The slots of the run of taken buckets that a lookup compares before
+      // it finds its key or an empty bucket; long runs are rare, so the
+      // first few stand for all. A slot may straddle two lines, and its
+      // hash is read first.
+      const std::size_t mask = this->mask();
+      std::size_t b = bucketOf(hashOf(key));
+      for (int n = 0; n < 4 && index_[b] != 0; ++n, b = (b + 1) & mask) {
+         const Slot & s = slots_[index_[b] - 1];
+         __builtin_prefetch(&s.hash);
+         __builtin_prefetch(&s.key);
+      }
    }
 
    // Inserts `key` -> `value`, or overwrites the value in place (the entry
