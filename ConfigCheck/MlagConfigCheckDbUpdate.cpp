@@ -51,22 +51,22 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
    const Kiv::KivType & type = config->kivType();
 
    // Every parameter is named before the first is filed, so that an
-   // interface's table entries are asked for together. getParamName traces
-   // only where it names nothing, for every attribute of the call alike, and
-   // such attributes trace nothing more: the trace reads as before.
-   std::vector< Kiv::String > attrs;
+   // interface's table entries are asked for together; the descriptor does
+   // not change meanwhile, so both walks meet its attributes in one order.
+   // getParamName traces only where it names nothing, for every attribute of
+   // the call alike, and such attributes trace nothing more: the trace reads
+   // as before.
    std::vector< Kiv::String > paramNames;
-   attrs.reserve(desc->attrNameMap().size());
    paramNames.reserve(desc->attrNameMap().size());
    for (auto & it : desc->attrNameMap()) {
-      attrs.push_back(it.key());
       paramNames.push_back(getParamName(desc, it.value(), intfId, presentMlagId, name));
    }
    if (intfId) prefetchIntfTables(pluginDir, paramNames);
 
-   for (std::size_t i = 0; i < attrs.size(); ++i) {
-      const Kiv::String & attr = attrs[i];
-      const Kiv::String & paramName = paramNames[i];
+   std::size_t position = 0;
+   for (auto & it : desc->attrNameMap()) {
+      const Kiv::String attr = it.key();
+      const Kiv::String & paramName = paramNames[position++];
       if (paramName.empty()) continue;
       const Kiv::KivAttr * attrRecord = type.attr(attr.view());
       if (!attrRecord || attrRecord->collection) continue;
