@@ -1,9 +1,13 @@
 #include "Scenario.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
+
+#include "OneLine.h"
 
 namespace MlagSim {
 
@@ -35,16 +39,30 @@ std::string Step::describe() const {
 }
 
 Scenario loadScenario(const std::string & path) {
+   // At most one byte past the limit is read, so that an endless or huge
+   // input (/dev/zero, a FIFO) stops at once.
+   constexpr std::size_t limit = 64 * 1024 * 1024;
+   const auto refuse = [&path](const std::string & what) {
+      return ScenarioError(oneLine(path + ": " + what));
+   };
    std::unique_ptr< std::FILE, int (*)(std::FILE *) > file(std::fopen(path.c_str(), "rb"),
                                                            &std::fclose);
-   if (!file) throw ScenarioError(path + ": cannot open: " + std::strerror(errno));
-   std::string text;
-   char buffer[65536];
-   std::size_t n;
-   while ((n = std::fread(buffer, 1, sizeof buffer, file.get())) > 0) text.append(buffer, n);
-   if (std::ferror(file.get()))
-      throw ScenarioError(path + ": cannot read: " + std::strerror(errno));
-   return parseScenario(text, path);
+   if (!file) throw refuse(std::string("cannot open: ") + std::strerror(errno));
+   try {
+      std::string text;
+      char buffer[65536];
+      std::size_t n;
+      while (text.size() <= limit &&
+             (n = std::fread(buffer, 1, std::min(sizeof buffer, limit + 1 - text.size()),
+                             file.get())) > 0) {
+         text.append(buffer, n);
+      }
+      if (std::ferror(file.get())) throw refuse(std::string("cannot read: ") + std::strerror(errno));
+      if (text.size() > limit) throw refuse("larger than the limit of 67108864 bytes (64 MiB)");
+      return parseScenario(text, path);
+   } catch (const std::bad_alloc &) {
+      throw refuse("out of memory while reading");
+   }
 }
 
 } // namespace MlagSim

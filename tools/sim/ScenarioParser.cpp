@@ -1,17 +1,23 @@
 // parseScenario: reads a scenario and checks all of it, steps included,
-// before anything runs. Steps are checked by replaying them on a JSON model
-// of each switch's configuration, so a path that an earlier step creates is
-// valid for a later one.
+// before anything runs. The text is checked in one streaming pass (limits,
+// duplicates, numbers) before a tree is built. Steps are checked by replaying
+// them on a JSON model of each switch's configuration, so a path that an
+// earlier step creates is valid for a later one; each switch's plugins keep a
+// FilingIndex of that model, so that no step makes names the checker cannot
+// tell apart.
 #include <array>
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "DescriptorJson.h"
-#include "DuplicateMember.h"
+#include "FilingIndex.h"
+#include "JsonTextCheck.h"
+#include "OneLine.h"
 #include "Scenario.h"
 #include "kiv/Exception.h"
 #include "porta/IntfId.h"
@@ -49,7 +55,7 @@ class Parser {
 
  private:
    [[noreturn]] void fail(const std::string & location, const std::string & message) const {
-      throw ScenarioError(fileName_ + ": " + location + ": " + message);
+      throw ScenarioError(oneLine(fileName_ + ": " + location + ": " + message));
    }
    [[noreturn]] void fail(const Pointer & at, const std::string & message) const {
       fail(at.empty() ? std::string("top level") : at.to_string(), message);
@@ -64,6 +70,7 @@ class Parser {
    std::string stringAt(const Json & v, const Pointer & at) const;
    std::string nameAt(const Json & v, const Pointer & at, const char * what) const;
    void requireBool(const Json & v, const Pointer & at) const;
+   std::string mlagIdAt(const Json & v, const Pointer & at, const char * instead) const;
    void checkInterfaceName(const std::string & name, const Pointer & at) const;
 
    void checkDescriptor(const Json & descriptor, const Pointer & at) const;
@@ -73,28 +80,18 @@ class Parser {
 
    SwitchSpec parseSwitch(const Json & sw, const Pointer & at, const Json & plugins) const;
    Step parseStep(const Json & step, const Pointer & at, const Scenario & scenario) const;
+   using Indexes = std::map< std::string, FilingIndex >; // plugin name -> index
    void replayStep(const Step & step, const Pointer & at, const Json & plugins, Json & model,
-                   std::map< std::string, std::string > & mlag) const;
+                   std::map< std::string, std::string > & mlag, Indexes & indexes) const;
 
    std::string fileName_;
 };
 
 Json Parser::read(std::string_view text) const {
-   Json doc;
-   try {
-      doc = Json::parse(text);
-   } catch (const Json::parse_error & e) {
-      // "[json.exception.parse_error.101] parse error at line 2, column 5: <what>"
-      const std::string what = e.what();
-      const std::size_t line = what.find("line ");
-      const std::size_t colon = what.find(": ", line);
-      if (line == std::string::npos || colon == std::string::npos) fail("line 1, column 1", what);
-      fail(what.substr(line, colon - line), what.substr(colon + 2));
+   if (const std::optional< JsonTextProblem > problem = checkJsonText(text)) {
+      fail(problem->location, problem->message);
    }
-   if (const std::optional< Pointer > twice = findDuplicateMember(text)) {
-      fail(*twice, "duplicate member " + inQuotes(twice->back()));
-   }
-   return doc;
+   return Json::parse(text);
 }
 
 void Parser::requireObject(const Json & v, const Pointer & at, const std::string & what) const {
@@ -134,6 +131,13 @@ std::string Parser::nameAt(const Json & v, const Pointer & at, const char * what
 
 void Parser::requireBool(const Json & v, const Pointer & at) const {
    if (!v.is_boolean()) fail(at, "expected true or false, found " + found(v));
+}
+
+// An interface without an MLAG id is one that is not in the MLAG configuration.
+std::string Parser::mlagIdAt(const Json & v, const Pointer & at, const char * instead) const {
+   std::string id = stringAt(v, at);
+   if (id.empty()) fail(at, std::string("expected a non-empty MLAG id (") + instead + ")");
+   return id;
 }
 
 void Parser::checkInterfaceName(const std::string & name, const Pointer & at) const {
@@ -194,14 +198,8 @@ void Parser::checkValue(const Json & v, const Pointer & at) const {
       case Json::value_t::boolean:
       case Json::value_t::string:
       case Json::value_t::number_integer:
+      case Json::value_t::number_unsigned: // at most the largest int64: the text check sees to it
          return;
-      case Json::value_t::number_unsigned:
-         if (v.get< std::uint64_t >() > std::uint64_t(std::numeric_limits< std::int64_t >::max())) {
-            fail(at, "expected an integer of at most 9223372036854775807, found " + found(v));
-         }
-         return;
-      case Json::value_t::number_float:
-         fail(at, "expected an integer, found " + found(v));
       case Json::value_t::object: {
          if (!v.contains("@type")) {
             fail(at,
@@ -247,7 +245,6 @@ void Parser::checkEntity(const Json & entity, const Json * descriptor, const Poi
       }
       const Json * nested = nestedDescriptor(descriptor, attr);
       for (const auto & [key, member] : value.items()) {
-         if (key.empty()) fail(here / key, "expected a non-empty collection key");
          if (isEntityJson(member)) {
             checkEntity(member, nested, here / key);
          } else if (nested) {
@@ -284,7 +281,8 @@ SwitchSpec Parser::parseSwitch(const Json & sw, const Pointer & at, const Json &
       requireObject(*mlag, at / "mlag", "an object (interface name to MLAG id)");
       for (const auto & [intf, id] : mlag->items()) {
          checkInterfaceName(intf, at / "mlag" / intf);
-         switchSpec.mlag[intf] = stringAt(id, at / "mlag" / intf);
+         switchSpec.mlag[intf] = mlagIdAt(id, at / "mlag" / intf,
+                                          "leave the interface out of 'mlag' instead");
       }
    }
    switchSpec.config = Json::object();
@@ -340,15 +338,18 @@ Step Parser::parseStep(const Json & s, const Pointer & at, const Scenario & scen
       step.isDelete = true;
    } else if (hasSet) {
       step.value = s["set"];
-      if (hasMlag) stringAt(step.value, at / "set");
+      if (hasMlag) mlagIdAt(step.value, at / "set", "delete the interface instead");
    } else {
       fail(at, "expected 'set' or 'delete'");
    }
    return step;
 }
 
+// The filing index sees every change below a described entity: the plugin's
+// own (`owner` null) or a nested configuration (`owner` its key). Below a
+// member of another collection the descriptor is null and nothing is filed.
 void Parser::replayStep(const Step & step, const Pointer & at, const Json & plugins, Json & model,
-                        std::map< std::string, std::string > & mlag) const {
+                        std::map< std::string, std::string > & mlag, Indexes & indexes) const {
    if (step.plugin.empty()) {
       if (!step.isDelete) {
          mlag[step.mlagInterface] = step.value.get< std::string >();
@@ -357,12 +358,15 @@ void Parser::replayStep(const Step & step, const Pointer & at, const Json & plug
                               " is not in the MLAG configuration of switch " +
                               inQuotes(step.switchName));
       }
+      for (auto & [plugin, index] : indexes) index.mlagChanged(step.mlagInterface, at.to_string());
       return;
    }
    const Pointer pathAt = at / "path";
    const Pointer setAt = at / "set";
+   FilingIndex & index = indexes.at(step.plugin);
    Json * entity = &model[step.plugin];
    const Json * descriptor = &plugins[step.plugin];
+   const std::string * owner = nullptr;
    const std::vector< std::string > & path = step.path;
    for (std::size_t i = 0; i < path.size(); ++i) {
       const std::string & attr = path[i];
@@ -392,13 +396,18 @@ void Parser::replayStep(const Step & step, const Pointer & at, const Json & plug
       const Json * nested = nestedDescriptor(descriptor, attr);
       const std::string & key = path[++i];
       if (i + 1 == path.size()) {
+         const bool existed = value.contains(key);
          if (step.isDelete) {
-            if (value.erase(key) == 0) {
+            if (!existed) {
                fail(pathAt / i,
                     "path does not exist: no member " + inQuotes(key) + " in " + inQuotes(attr));
             }
-         } else if (isEntityJson(step.value)) {
-            if (value.contains(key) && isEntityJson(value[key])) {
+            if (descriptor) index.memberRemoved(owner, attr, key, value[key]);
+            value.erase(key);
+            return;
+         }
+         if (isEntityJson(step.value)) {
+            if (existed && isEntityJson(value[key])) {
                fail(setAt, "a nested entity already exists at this path (delete it first)");
             }
             checkEntity(step.value, nested, setAt);
@@ -411,6 +420,8 @@ void Parser::replayStep(const Step & step, const Pointer & at, const Json & plug
             checkValue(step.value, setAt);
             value[key] = step.value;
          }
+         // A replaced member keeps its name: only a new key files anything new.
+         if (!existed && descriptor) index.memberAdded(owner, attr, key, value[key], setAt.to_string());
          return;
       }
       if (!value.contains(key)) {
@@ -423,6 +434,7 @@ void Parser::replayStep(const Step & step, const Pointer & at, const Json & plug
       }
       entity = &value[key];
       descriptor = nested;
+      owner = &key;
    }
 }
 
@@ -461,23 +473,30 @@ Scenario Parser::parse(std::string_view text) {
            "switch " + inQuotes(scenario.switches[1].name) + " is declared twice");
    }
 
+   // Each switch's configuration as the pair will build it, and as the
+   // checker will file it; the steps then change both.
+   std::array< Json, 2 > models;
+   std::array< std::map< std::string, std::string >, 2 > mlag;
+   std::array< Indexes, 2 > indexes;
+   for (std::size_t sw = 0; sw < 2; ++sw) {
+      models[sw] = Json::object();
+      mlag[sw] = scenario.switches[sw].mlag;
+      for (const auto & [name, descriptor] : plugins.items()) {
+         Json & model = models[sw][name] =
+            modelOf(scenario.switches[sw].config.value(name, Json()), &descriptor);
+         FilingIndex & index =
+            indexes[sw].try_emplace(name, fileName_, descriptor, mlag[sw]).first->second;
+         index.fileConfiguration(model, (root / "switches" / sw / "config" / name).to_string());
+      }
+   }
+
    if (const Json * steps = optional(doc, "steps")) {
       if (!steps->is_array()) fail(root / "steps", "expected an array, found " + found(*steps));
-      std::array< Json, 2 > models;
-      std::array< std::map< std::string, std::string >, 2 > mlag;
-      for (std::size_t sw = 0; sw < 2; ++sw) {
-         models[sw] = Json::object();
-         for (const auto & [name, descriptor] : plugins.items()) {
-            models[sw][name] =
-               modelOf(scenario.switches[sw].config.value(name, Json()), &descriptor);
-         }
-         mlag[sw] = scenario.switches[sw].mlag;
-      }
       for (std::size_t i = 0; i < steps->size(); ++i) {
          const Pointer at = root / "steps" / i;
          Step step = parseStep((*steps)[i], at, scenario);
          const std::size_t sw = step.switchName == scenario.switches[0].name ? 0 : 1;
-         replayStep(step, at, plugins, models[sw], mlag[sw]);
+         replayStep(step, at, plugins, models[sw], mlag[sw], indexes[sw]);
          scenario.steps.push_back(std::move(step));
       }
    }
@@ -487,7 +506,11 @@ Scenario Parser::parse(std::string_view text) {
 } // namespace
 
 Scenario parseScenario(std::string_view text, const std::string & fileName) {
-   return Parser(fileName).parse(text);
+   try {
+      return Parser(fileName).parse(text);
+   } catch (const std::bad_alloc &) {
+      throw ScenarioError(oneLine(fileName + ": out of memory while reading"));
+   }
 }
 
 } // namespace MlagSim

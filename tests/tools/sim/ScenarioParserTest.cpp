@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "ExampleScenario.h"
+#include "Pair.h"
 #include "Scenario.h"
+#include "Soak.h"
 
 namespace {
 
@@ -94,7 +96,8 @@ TEST(ScenarioParserTest, RejectsBadInputNamingFileLocationAndExpectation) {
       {"/switches/1/config/stp", "{}", ": plugin 'stp' is not declared"},
       {"/switches/1/config/lacp/vlan/20", "1.5", ": expected an integer, found 1.5"},
       {"/switches/0/config/lacp/big", "18446744073709551615",
-       ": expected an integer of at most 9223372036854775807, found 18446744073709551615"},
+       ": expected an integer from -9223372036854775808 to 9223372036854775807, found "
+       "18446744073709551615"},
       {"/switches/0/config/lacp/list", "[1]", anyValue.c_str()},
       {"/switches/0/config/lacp/systemPriority", "{}",
        ": expected a value (attrName names 'systemPriority' as a scalar), found an object "
@@ -137,6 +140,16 @@ TEST(ScenarioParserTest, RejectsBadInputNamingFileLocationAndExpectation) {
       {"/steps/1", R"({"switch": "B", "plugin": "lacp", "path": ["x"], "delete": true})",
        "/steps/1/path/0: path holds no value: nothing to delete", "/switches/1/config/lacp/x",
        "null"},
+      {"/steps/1", R"({"switch": "B", "plugin": "lacp", "path": ["systemPriority"],
+                      "delete": true})",
+       "/steps/1/path/0: path holds no value: nothing to delete", "/switches/1/config/lacp",
+       "{}"},
+      {"/steps/1", R"({"switch": "B", "plugin": "lacp",
+                      "path": ["intfConfig", "Port-Channel10", "mode"], "delete": true})",
+       "/steps/1/path/2: path holds no value: nothing to delete",
+       "/switches/1/config/lacp/intfConfig/Port-Channel10", "{}"},
+      {"/steps/1", R"({"switch": "B", "plugin": "lacp", "path": ["vlan", ""], "delete": true})",
+       "/steps/1/path/1: path does not exist: no member '' in 'vlan'"},
    };
    for (const BadEdit & c : cases) {
       json doc = json::parse(MlagSimTest::exampleScenario);
@@ -157,7 +170,7 @@ TEST(ScenarioParserTest, StepsAreCheckedAgainstTheConfigurationEarlierStepsLeave
       { "switch": "B", "plugin": "lacp", "path": ["intfConfig", "Ethernet1", "mode"], "set": "on" },
       { "switch": "B", "plugin": "lacp", "path": ["intfConfig", "Ethernet1"], "delete": true },
       { "switch": "B", "plugin": "lacp", "path": ["intfConfig", "Ethernet1"], "set": {} },
-      { "switch": "A", "mlag": "Ethernet1", "set": "" },
+      { "switch": "A", "mlag": "Ethernet1", "set": "7" },
       { "switch": "A", "mlag": "Ethernet1", "delete": true }
    ])"_json;
    EXPECT_EQ(errorOf(doc.dump()), "(accepted)");
@@ -165,6 +178,32 @@ TEST(ScenarioParserTest, StepsAreCheckedAgainstTheConfigurationEarlierStepsLeave
    doc["steps"].push_back(doc["steps"][2]);
    EXPECT_EQ(errorOf(doc.dump()),
              "s.json: /steps/8/path/1: path does not exist: no member 'Ethernet1' in 'intfConfig'");
+}
+
+TEST(ScenarioParserTest, EmptyCollectionKeysRunThroughThePair) {
+   // The checker names the empty key by its text form '': member "" of vlan
+   // files as "'' vlan", group "" as the group ''.
+   const json doc = R"({
+      "plugins": { "p": { "collectionName": { "vlan": "vlan" },
+                          "nestedConfigCheckDesc": { "groups": { "attrName": { "x": "x" } } } } },
+      "switches": [
+         { "name": "A", "config": { "p": { "vlan": { "": "on" }, "groups": { "": { "x": 1 } } } } },
+         { "name": "B", "config": { "p": { "vlan": { "": "off" } } } } ],
+      "steps": [
+         { "switch": "B", "plugin": "p", "path": ["groups", ""], "set": { "x": 2 } },
+         { "switch": "A", "plugin": "p", "path": ["vlan", ""], "delete": true },
+         { "switch": "A", "plugin": "p", "path": ["vlan", ""], "set": "up" } ]
+   })"_json;
+   MlagSim::Pair pair(MlagSim::parseScenario(doc.dump(), "s.json"));
+   pair.start();
+   for (std::size_t i = 0; i < pair.stepCount(); ++i) pair.applyStep(i);
+   const json global = pair.resultJson()["switches"][0]["plugins"]["p"]["global"];
+   EXPECT_EQ(global["'' vlan"], json({{"groupId", ""}, {"local", "up"}, {"peer", "off"}}));
+   EXPECT_EQ(global["x ''"], json({{"groupId", "''"}, {"local", "1"}, {"peer", "2"}}));
+   for (MlagSim::FaultMode mode : {MlagSim::FaultMode::none, MlagSim::FaultMode::peerRestart,
+                                   MlagSim::FaultMode::machineRestart}) {
+      EXPECT_EQ(MlagSim::checkScenario(doc, mode, 1), "") << MlagSim::faultModeName(mode);
+   }
 }
 
 TEST(ScenarioParserTest, LoadNamesAFileThatCannotBeRead) {

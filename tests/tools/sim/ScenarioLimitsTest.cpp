@@ -1,0 +1,147 @@
+// The loader's limits and failure classes: each ends in one ScenarioError
+// line naming the file and the place, never in a crash, a cut or a multi-line
+// message, and the limits hold while reading, before any tree is built.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "Scenario.h"
+
+namespace {
+
+using nlohmann::json;
+
+std::string errorOf(std::string_view text) {
+   try {
+      MlagSim::parseScenario(text, "s.json");
+   } catch (const MlagSim::ScenarioError & e) {
+      return e.what();
+   }
+   return "(accepted)";
+}
+
+std::string loadError(const std::string & path) {
+   try {
+      MlagSim::loadScenario(path);
+   } catch (const MlagSim::ScenarioError & e) {
+      return e.what();
+   }
+   return "(accepted)";
+}
+
+// A valid scenario with `member` added to switch A's configuration of p.
+std::string withValue(const std::string & member) {
+   return R"({"plugins": {"p": {}}, "switches": [{"name": "A", "config": {"p": {)" + member +
+          R"(}}}, {"name": "B"}]})";
+}
+
+// A chain of `n` structured values under attribute s: the scenario's own
+// nesting is 5 deep at p's entity, so the chain ends at depth 5 + n.
+std::string structChain(std::size_t n) {
+   std::string text;
+   for (std::size_t i = 0; i < n; ++i) text += R"({"@type": "T", "f": )";
+   text += "1";
+   for (std::size_t i = 0; i < n; ++i) text += "}";
+   return withValue(R"("s": )" + text);
+}
+
+TEST(ScenarioLimitsTest, NestingIsAtMost64LevelsDeep) {
+   EXPECT_EQ(errorOf(structChain(59)), "(accepted)");
+   std::string deepest = "/switches/0/config/p/s";
+   for (int i = 0; i < 59; ++i) deepest += "/f";
+   EXPECT_EQ(errorOf(structChain(60)), "s.json: " + deepest + ": nesting deeper than 64 levels");
+
+   // 20,000 levels stop at the 65th, before any tree is built.
+   const std::string deep = std::string(20000, '[') + std::string(20000, ']');
+   std::string at;
+   for (int i = 0; i < 64; ++i) at += "/0";
+   EXPECT_EQ(errorOf(deep), "s.json: " + at + ": nesting deeper than 64 levels");
+}
+
+TEST(ScenarioLimitsTest, NamesAndTextsAreAtMost64KiB) {
+   const std::string limit(65536, 'n');
+   EXPECT_EQ(errorOf(withValue("\"" + limit + "\": \"" + limit + "\"")), "(accepted)");
+   EXPECT_EQ(errorOf(withValue("\"" + limit + "n\": 1")),
+             "s.json: /switches/0/config/p: a member name of 65537 bytes, longer than the limit "
+             "of 65536");
+   EXPECT_EQ(errorOf(withValue("\"t\": \"" + limit + "n\"")),
+             "s.json: /switches/0/config/p/t: a text of 65537 bytes, longer than the limit of "
+             "65536");
+}
+
+TEST(ScenarioLimitsTest, NumbersAreIntegersOf64Bits) {
+   const std::string range =
+      ": expected an integer from -9223372036854775808 to 9223372036854775807, found ";
+   const std::string at = "s.json: /switches/0/config/p/n";
+   const std::pair< std::string, std::string > cases[] = {
+      {"9223372036854775807", "(accepted)"},
+      {"-9223372036854775808", "(accepted)"},
+      {"9223372036854775808", at + range + "9223372036854775808"},
+      {"-9223372036854775809", at + range + "-9223372036854775809"},
+      {"123456789012345678901234567890", at + range + "123456789012345678901234567890"},
+      {std::string(400, '9'), at + range + std::string(36, '9') + "..."},
+      {"1e999", at + ": expected an integer, found 1e999"},
+      {"-1e999", at + ": expected an integer, found -1e999"},
+      {"1e5", at + ": expected an integer, found 1e5"},
+      {"2.0", at + ": expected an integer, found 2.0"},
+   };
+   for (const auto & [number, error] : cases) {
+      EXPECT_EQ(errorOf(withValue(R"("n": )" + number)), error) << number;
+   }
+}
+
+TEST(ScenarioLimitsTest, BadTextGivesOneCleanLine) {
+   // The library's own prefix goes; what is not printable is escaped.
+   EXPECT_EQ(errorOf("{\"description\": \"a\xff\"}"),
+             "s.json: line 1, column 19: syntax error while parsing value - invalid string: "
+             "ill-formed UTF-8 byte; last read: '\"a\\xff'");
+   const std::string nul = ": a NUL byte, which JSON allows nowhere (in a string, write \\u0000)";
+   EXPECT_EQ(errorOf(std::string("{\"description\": \"a\0b\"}", 22)),
+             "s.json: line 1, column 19" + nul);
+   EXPECT_EQ(errorOf(std::string("{}\n \0]", 6)), "s.json: line 2, column 2" + nul);
+   // An escaped NUL or newline is text like any other; messages show it escaped.
+   EXPECT_EQ(errorOf(withValue(R"("t": "a\u0000b")")), "(accepted)");
+   EXPECT_EQ(errorOf(R"({"plugins": {"a\u0000b": {}, "a\u0000b": {}}})"),
+             "s.json: /plugins/a\\u0000b: duplicate member 'a\\u0000b'");
+   EXPECT_EQ(errorOf(R"({"plugins": {"a\nb": {}, "a\nb": {}}})"),
+             "s.json: /plugins/a\\u000ab: duplicate member 'a\\u000ab'");
+   // A long bad string is not repeated whole.
+   EXPECT_EQ(errorOf("[\"" + std::string(100, 'x') + "\xff\"]"),
+             "s.json: line 1, column 103: syntax error while parsing value - invalid string: "
+             "ill-formed UTF-8 byte; last read: '\"" + std::string(35, 'x') + "...'");
+}
+
+class ScenarioFileTest : public ::testing::Test {
+ protected:
+   const std::string path_ = ::testing::TempDir() + "scenario-limits-test.json";
+   void TearDown() override { std::remove(path_.c_str()); }
+};
+
+TEST_F(ScenarioFileTest, AFileOfMoreThan64MiBIsRefusedUnread) {
+   {
+      std::ofstream file(path_);
+   }
+   std::filesystem::resize_file(path_, 64 * 1024 * 1024 + 1); // sparse: all zero bytes
+   EXPECT_EQ(loadError(path_), path_ + ": larger than the limit of 67108864 bytes (64 MiB)");
+}
+
+// Linux: an endless device and a directory.
+TEST_F(ScenarioFileTest, EndlessInputAndDirectoriesAreClearErrors) {
+   EXPECT_EQ(loadError("/dev/zero"), "/dev/zero: larger than the limit of 67108864 bytes (64 MiB)");
+   EXPECT_EQ(loadError("/"), "/: cannot read: Is a directory");
+}
+
+TEST_F(ScenarioFileTest, ThePathInAMessageStaysOnOneLine) {
+   const std::string odd = ::testing::TempDir() + "two\nlines.json";
+   {
+      std::ofstream file(odd);
+      file << "[]";
+   }
+   const std::string shown = ::testing::TempDir() + "two\\u000alines.json";
+   EXPECT_EQ(loadError(odd), shown + ": top level: expected an object, found an array");
+   std::remove(odd.c_str());
+}
+
+} // namespace
