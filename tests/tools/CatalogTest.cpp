@@ -28,7 +28,7 @@ MlagSim::Scenario scenario() {
            "unused": {"attrName": {"y": "y"}}}}},
      "switches": [
        {"name": "A", "config": {"vlan": {
-          "vlanConfig": {"vlan10": {"name": "a", "member": {"Ethernet1": {"state": "up"}}}},
+          "vlanConfig": {"vlan10": {"name": "a", "member": {"Ethernet2": {"state": "up"}}}},
           "mixed": {"Ethernet1": {"x": 1}}}}},
        {"name": "B", "config": {"vlan": {"mixed": {"g1": {"x": 1}}}}}],
      "steps": [{"switch": "A", "plugin": "vlan", "path": ["intfConfig", "Port-Channel10"],

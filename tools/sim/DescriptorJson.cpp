@@ -1,6 +1,7 @@
 #include "DescriptorJson.h"
 
-#include <algorithm>
+#include <string_view>
+#include <unordered_set>
 
 namespace MlagSim {
 
@@ -42,14 +43,13 @@ std::vector< std::pair< std::string, AttrShape > > declaredAttributes(
       {"collectionName", AttrShape::collection},
       {"nestedConfigCheckDesc", AttrShape::collection},
    };
+   std::unordered_set< std::string_view > seen; // views of the descriptor's own keys
    for (const auto & [map, shape] : maps) {
       auto it = descriptor->find(map);
       if (it == descriptor->end() || !it->is_object()) continue;
       for (const auto & member : it->items()) {
          const std::string & attr = member.key();
-         const bool seen =
-            std::any_of(out.begin(), out.end(), [&](const auto & d) { return d.first == attr; });
-         if (!seen) out.emplace_back(attr, shape);
+         if (seen.insert(attr).second) out.emplace_back(attr, shape);
       }
    }
    return out;

@@ -24,8 +24,19 @@ std::string keyName(const std::string & key) {
 
 std::string inQuotes(const std::string & text) { return "'" + text + "'"; }
 
-std::string child(const std::string & place, const std::string & token) {
-   return (Json::json_pointer(place) / token).to_string();
+// One JSON pointer token, "~" and "/" escaped.
+std::string token(const std::string & text) {
+   std::string out;
+   for (char c : text) {
+      if (c == '~') {
+         out += "~0";
+      } else if (c == '/') {
+         out += "~1";
+      } else {
+         out += c;
+      }
+   }
+   return out;
 }
 
 const Json * mapOf(const Json * descriptor, const char * map) {
@@ -73,10 +84,10 @@ struct FilingIndex::Clash {
 FilingIndex::FilingIndex(std::string fileName, const Json & descriptor, const MlagIds & mlag)
     : fileName_(std::move(fileName)), descriptor_(descriptor), mlag_(mlag),
       desc_(buildDescriptor(localName, descriptor)),
-      top_{std::string(), &descriptor_, desc_, nullptr, Porta::IntfId(), true, true, {}} {}
+      top_{{}, &descriptor_, desc_, nullptr, Porta::IntfId(), true, true, {}} {}
 
 void FilingIndex::fileConfiguration(const Json & entity, const std::string & place) {
-   top_.place = place;
+   top_.place.root = place;
    top_.model = &entity;
    try {
       fileEntity(top_, localName, true);
@@ -91,7 +102,7 @@ void FilingIndex::memberAdded(const std::string * owner, const std::string & col
    std::string name;
    Entity & e = entity(owner, name);
    try {
-      fileMember(e, name, collection, key, member, place, true);
+      fileMember(e, name, collection, key, member, Place{nullptr, nullptr, nullptr, place}, true);
    } catch (const Clash & clash) {
       fail(clash);
    }
@@ -155,15 +166,22 @@ FilingIndex::Entry FilingIndex::entry(const Entity & e, const std::string & name
            "results entry " + inQuotes(text) + " of interface " + inQuotes(name)};
 }
 
-void FilingIndex::take(const Entry & entry, const std::string & place) {
+void FilingIndex::take(const Entry & entry, const Place & place) {
    if (entry.key.empty()) return;
    auto [it, taken] = entries_.try_emplace(entry.key, place);
-   if (!taken) throw Clash{place, entry.what, it->second, false};
+   if (!taken) throw Clash{text(place), entry.what, text(it->second), false};
+}
+
+// Recurses once per level of nesting, which the reader bounds.
+std::string FilingIndex::text(const Place & place) const {
+   if (!place.entity) return place.root;
+   std::string out = text(place.entity->place) + "/" + token(*place.attr);
+   return place.key ? out + "/" + token(*place.key) : out;
 }
 
 void FilingIndex::fileMember(Entity & e, const std::string & name, const std::string & collection,
-                             const std::string & key, const Json & member,
-                             const std::string & place, bool newKeys) {
+                             const std::string & key, const Json & member, const Place & place,
+                             bool newKeys) {
    const Json * displayNames = mapOf(e.descriptor, "collectionName");
    if (e.filed && displayNames && displayNames->contains(collection)) {
       const Kiv::String display((*displayNames)[collection].get< std::string >());
@@ -176,8 +194,8 @@ void FilingIndex::fileMember(Entity & e, const std::string & name, const std::st
    auto it = nested_.find(childName);
    if (newKeys) {
       if (it != nested_.end()) {
-         throw Clash{place, "nested configuration key " + inQuotes(childName), it->second.place,
-                     true};
+         throw Clash{text(place), "nested configuration key " + inQuotes(childName),
+                     text(it->second.place), true};
       }
       Entity created{place, nested, e.desc->nestedConfigCheckDesc(Kiv::Name(collection)),
                      &member, Naming::getIntfId(Kiv::String(childName)), e.filed, false, {}};
@@ -209,13 +227,13 @@ void FilingIndex::unfileMember(Entity & e, const std::string & name,
 void FilingIndex::fileEntity(Entity & e, const std::string & name, bool newKeys) {
    if (e.filed) {
       forEachScalar(e.descriptor, [&](const std::string & attr, const Kiv::String & display) {
-         take(entry(e, name, display), child(e.place, attr));
+         take(entry(e, name, display), Place{&e, &attr, nullptr, {}});
       });
    }
    forEachMember(e.descriptor, *e.model,
                  [&](const std::string & collection, const std::string & key, const Json & member) {
-                    fileMember(e, name, collection, key, member,
-                               child(child(e.place, collection), key), newKeys);
+                    fileMember(e, name, collection, key, member, Place{&e, &collection, &key, {}},
+                               newKeys);
                  });
 }
 

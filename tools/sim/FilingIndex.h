@@ -36,8 +36,8 @@ class FilingIndex {
    using MlagIds = std::map< std::string, std::string >; // interface name -> MLAG id
 
    // `descriptor`, `mlag` and every model passed in must outlive the index;
-   // the model of a nested configuration must not move while it is filed
-   // (members of a JSON object keep their address).
+   // a filed member's model and key must not move while it is filed (members
+   // of a JSON object keep their address), since places refer to them.
    FilingIndex(std::string fileName, const Json & descriptor, const MlagIds & mlag);
 
    // The plugin's own entity, as modelled: every described attribute present.
@@ -55,8 +55,18 @@ class FilingIndex {
    void mlagChanged(const std::string & interface, const std::string & place);
 
  private:
+   struct Entity;
+   // A place in the scenario, kept as references into the model so that
+   // memory stays linear however deep the nesting; spelled out only for a
+   // message.
+   struct Place {
+      const Entity * entity = nullptr;   // within this entity...
+      const std::string * attr = nullptr; // ...this attribute...
+      const std::string * key = nullptr;  // ...and, when set, this member of it
+      std::string root;                   // or, without an entity, the place itself
+   };
    struct Entity {
-      std::string place; // where its key (or the plugin's entity) is first used
+      Place place; // where its key (or the plugin's entity) is first used
       const Json * descriptor;
       Kiv::Ptr< Mlag::ConfigCheck::ConfigCheckDesc > desc;
       const Json * model;
@@ -74,13 +84,14 @@ class FilingIndex {
    };
    Entry entry(const Entity & e, const std::string & name, const Kiv::String & base) const;
    void fileMember(Entity & e, const std::string & name, const std::string & collection,
-                   const std::string & key, const Json & member, const std::string & place,
+                   const std::string & key, const Json & member, const Place & place,
                    bool newKeys);
    void unfileMember(Entity & e, const std::string & name, const std::string & collection,
                      const std::string & key, const Json & member, bool dropKeys);
    void fileEntity(Entity & e, const std::string & name, bool newKeys);
    void unfileEntity(Entity & e, const std::string & name, bool dropKeys);
-   void take(const Entry & entry, const std::string & place);
+   void take(const Entry & entry, const Place & place);
+   std::string text(const Place & place) const;
    [[noreturn]] void fail(const Clash & clash) const;
 
    std::string fileName_;
@@ -89,7 +100,7 @@ class FilingIndex {
    Kiv::Ptr< Mlag::ConfigCheck::ConfigCheckDesc > desc_;
    Entity top_;
    std::unordered_map< std::string, Entity > nested_;      // by key as the checker names it
-   std::unordered_map< std::string, std::string > entries_; // results entry -> place
+   std::unordered_map< std::string, Place > entries_;       // results entry -> place
 };
 
 } // namespace MlagSim

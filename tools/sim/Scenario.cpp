@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <sys/stat.h>
 
 #include "OneLine.h"
 
@@ -42,6 +44,7 @@ Scenario loadScenario(const std::string & path) {
    // At most one byte past the limit is read, so that an endless or huge
    // input (/dev/zero, a FIFO) stops at once.
    constexpr std::size_t limit = 64 * 1024 * 1024;
+   const char * const tooLarge = "larger than the limit of 67108864 bytes (64 MiB)";
    const auto refuse = [&path](const std::string & what) {
       return ScenarioError(oneLine(path + ": " + what));
    };
@@ -49,16 +52,22 @@ Scenario loadScenario(const std::string & path) {
                                                            &std::fclose);
    if (!file) throw refuse(std::string("cannot open: ") + std::strerror(errno));
    try {
-      std::string text;
-      char buffer[65536];
-      std::size_t n;
-      while (text.size() <= limit &&
-             (n = std::fread(buffer, 1, std::min(sizeof buffer, limit + 1 - text.size()),
-                             file.get())) > 0) {
-         text.append(buffer, n);
+      // A regular file says its size: one too large is refused unread.
+      struct stat status {};
+      if (::fstat(::fileno(file.get()), &status) == 0 && S_ISREG(status.st_mode) &&
+          std::uintmax_t(status.st_size) > limit) {
+         throw refuse(tooLarge);
       }
+      std::string text;
+      std::size_t n = 0;
+      do {
+         const std::size_t had = text.size();
+         text.resize(std::min(limit + 1, std::max< std::size_t >(2 * had, 65536)));
+         n = std::fread(text.data() + had, 1, text.size() - had, file.get());
+         text.resize(had + n);
+      } while (n > 0 && text.size() <= limit);
       if (std::ferror(file.get())) throw refuse(std::string("cannot read: ") + std::strerror(errno));
-      if (text.size() > limit) throw refuse("larger than the limit of 67108864 bytes (64 MiB)");
+      if (text.size() > limit) throw refuse(tooLarge);
       return parseScenario(text, path);
    } catch (const std::bad_alloc &) {
       throw refuse("out of memory while reading");

@@ -76,7 +76,7 @@ class Parser {
    void checkDescriptor(const Json & descriptor, const Pointer & at) const;
    void checkValue(const Json & v, const Pointer & at) const;
    void checkEntity(const Json & entity, const Json * descriptor, const Pointer & at) const;
-   Json modelOf(const Json & entity, const Json * descriptor) const;
+   Json modelOf(Json entity, const Json * descriptor) const;
 
    SwitchSpec parseSwitch(const Json & sw, const Pointer & at, const Json & plugins) const;
    Step parseStep(const Json & step, const Pointer & at, const Scenario & scenario) const;
@@ -259,15 +259,16 @@ void Parser::checkEntity(const Json & entity, const Json * descriptor, const Poi
 
 // The entity as the pair will build it: every attribute its descriptor names
 // is present (null, or an empty collection when the file leaves it out).
-Json Parser::modelOf(const Json & entity, const Json * descriptor) const {
-   Json model = entity.is_null() ? Json::object() : entity;
+// Nested entities are moved, not copied, into their place.
+Json Parser::modelOf(Json entity, const Json * descriptor) const {
+   Json model = entity.is_null() ? Json::object() : std::move(entity);
    for (const auto & [attr, shape] : declaredAttributes(descriptor)) {
       if (!model.contains(attr)) {
          model[attr] = shape == AttrShape::scalar ? Json() : Json::object();
       }
       const Json * nested = nestedDescriptor(descriptor, attr);
       if (!nested) continue;
-      for (auto & [key, member] : model[attr].items()) member = modelOf(member, nested);
+      for (auto & [key, member] : model[attr].items()) member = modelOf(std::move(member), nested);
    }
    return model;
 }
