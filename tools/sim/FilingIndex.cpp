@@ -101,8 +101,12 @@ void FilingIndex::memberAdded(const std::string * owner, const std::string & col
                               const std::string & place) {
    std::string name;
    Entity & e = entity(owner, name);
+   const Place added{nullptr, nullptr, nullptr, place};
+   if (declaredShape(e.descriptor, collection) == AttrShape::collection) {
+      addedBy_.emplace(&member, added);
+   }
    try {
-      fileMember(e, name, collection, key, member, Place{nullptr, nullptr, nullptr, place}, true);
+      fileMember(e, name, collection, key, member, added, true);
    } catch (const Clash & clash) {
       fail(clash);
    }
@@ -210,6 +214,7 @@ void FilingIndex::fileMember(Entity & e, const std::string & name, const std::st
 void FilingIndex::unfileMember(Entity & e, const std::string & name,
                                const std::string & collection, const std::string & key,
                                const Json & member, bool dropKeys) {
+   if (dropKeys) addedBy_.erase(&member);
    const Json * displayNames = mapOf(e.descriptor, "collectionName");
    if (e.filed && displayNames && displayNames->contains(collection)) {
       const Kiv::String display((*displayNames)[collection].get< std::string >());
@@ -224,6 +229,11 @@ void FilingIndex::unfileMember(Entity & e, const std::string & name,
    if (dropKeys) nested_.erase(it);
 }
 
+FilingIndex::Place FilingIndex::placeOf(const Json & member, Place inEntity) const {
+   auto it = addedBy_.find(&member);
+   return it == addedBy_.end() ? inEntity : it->second;
+}
+
 void FilingIndex::fileEntity(Entity & e, const std::string & name, bool newKeys) {
    if (e.filed) {
       forEachScalar(e.descriptor, [&](const std::string & attr, const Kiv::String & display) {
@@ -232,8 +242,8 @@ void FilingIndex::fileEntity(Entity & e, const std::string & name, bool newKeys)
    }
    forEachMember(e.descriptor, *e.model,
                  [&](const std::string & collection, const std::string & key, const Json & member) {
-                    fileMember(e, name, collection, key, member, Place{&e, &collection, &key, {}},
-                               newKeys);
+                    fileMember(e, name, collection, key, member,
+                               placeOf(member, Place{&e, &collection, &key, {}}), newKeys);
                  });
 }
 

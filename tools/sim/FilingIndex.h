@@ -91,6 +91,7 @@ class FilingIndex {
    void fileEntity(Entity & e, const std::string & name, bool newKeys);
    void unfileEntity(Entity & e, const std::string & name, bool dropKeys);
    void take(const Entry & entry, const Place & place);
+   Place placeOf(const Json & member, Place inEntity) const;
    std::string text(const Place & place) const;
    [[noreturn]] void fail(const Clash & clash) const;
 
@@ -101,6 +102,9 @@ class FilingIndex {
    Entity top_;
    std::unordered_map< std::string, Entity > nested_;      // by key as the checker names it
    std::unordered_map< std::string, Place > entries_;       // results entry -> place
+   // Members of described collections that a step added -> that step, so
+   // that filing them again (after an MLAG step) names the step.
+   std::unordered_map< const Json *, Place > addedBy_;
 };
 
 } // namespace MlagSim

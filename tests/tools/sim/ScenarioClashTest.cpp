@@ -155,6 +155,15 @@ TEST(ScenarioClashTest, WhatStepsCreateRemoveAndRename) {
         {"/steps/1", R"({"switch": "L", "plugin": "p", "path": ["intf", "Ethernet1", "vlan",
                          "10"], "set": "on"})"}},
        ""},
+      {"what a step added is named by the step when an id files it",
+       {{"/plugins/p/nestedConfigCheckDesc/intf/attrName/mode", R"("10 vlan")"},
+        {cfg + "/intf", R"({"Ethernet1": {}})"},
+        {"/steps/0", R"({"switch": "L", "plugin": "p", "path": ["intf", "Ethernet1", "vlan",
+                         "10"], "set": "on"})"},
+        {"/steps/1", R"({"switch": "L", "mlag": "Ethernet1", "set": "5"})"}},
+       "s.json: /steps/1: with MLAG id '5', /steps/0/set and " + cfg +
+          "/intf/Ethernet1/mode would share results entry '10 vlan mlag5' of interface "
+          "'Ethernet1'" + nameAdvice},
       {"a changed id renames what is filed",
        {{"/plugins/p/nestedConfigCheckDesc/intf/attrName/mode", R"("10 vlan")"},
         {cfg + "/intf", R"({"Ethernet1": {}})"}, {"/switches/0/mlag", R"({"Ethernet1": "4"})"},
