@@ -51,9 +51,11 @@ struct Scenario {
    std::vector< Step > steps;
 };
 
-// Raises ScenarioError naming `fileName` for any bad input.
+// Raises ScenarioError naming `fileName` for any bad input, names the
+// checker could not tell apart and input past the reader's limits included
+// (JsonTextCheck.h); the message is always one line.
 Scenario parseScenario(std::string_view text, const std::string & fileName);
-// An unreadable file raises ScenarioError too.
+// An unreadable file, or one of more than 64 MiB, raises ScenarioError too.
 Scenario loadScenario(const std::string & path);
 
 } // namespace MlagSim

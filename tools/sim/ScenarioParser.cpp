@@ -6,8 +6,6 @@
 // FilingIndex of that model, so that no step makes names the checker cannot
 // tell apart.
 #include <array>
-#include <cstdint>
-#include <limits>
 #include <map>
 #include <new>
 #include <optional>
