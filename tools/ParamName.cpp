@@ -27,7 +27,9 @@ ParamNameReader::ParamNameReader(const std::vector< CatalogEntry > & catalog,
    for (const CatalogEntry & e : catalog) {
       if (e.plugin != plugin) continue;
       (e.collection ? collections_ : values_).emplace(e.name, &e);
-      if (e.mlagInterfacesOnly) (e.collection ? mlagCollections_ : mlagValues_).emplace(e.name, &e);
+      if (e.mlagInterfacesOnly) {
+         (e.collection ? mlagCollections_ : mlagValues_).emplace(e.name, &e);
+      }
    }
 }
 

@@ -32,9 +32,10 @@ std::optional< Status > verdict(const std::string & local, const std::string & p
 std::string appliedDefault(const std::string & recorded, const CatalogEntry * descriptor) {
    const std::string & text =
       recorded.empty() && descriptor != nullptr ? descriptor->defaultVal : recorded;
-   if (descriptor == nullptr) return text;
-   auto override = descriptor->overrides.find(text);
-   return override == descriptor->overrides.end() ? text : override->second;
+   // No default is no text to replace.
+   if (descriptor == nullptr || text.empty()) return text;
+   auto replaced = descriptor->overrides.find(text);
+   return replaced == descriptor->overrides.end() ? text : replaced->second;
 }
 
 std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
@@ -63,7 +64,8 @@ std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
             if (provisional) intf.erase(0, provisionalPrefix.size());
             std::string local = text(entry, "local"), peer = text(entry, "peer");
             ParamName name = names.read(param, "", true);
-            std::string defaultVal = appliedDefault(text(entry, "default"), names.describedBy(name));
+            std::string defaultVal =
+               appliedDefault(text(entry, "default"), names.describedBy(name));
             const std::optional< Status > status = verdict(local, peer, defaultVal);
             if (!status) continue;
             p.rows.push_back({param, std::move(intf), std::move(local), std::move(peer), *status,

@@ -59,13 +59,16 @@ TEST(ResultRowsTest, GlobalRowsFirstThenInterfaceRowsSorted) {
 TEST(ResultRowsTest, AppliedDefaultIsTheRecordedOneElseTheDescriptorsWithOverrides) {
    MlagTool::CatalogEntry fallback;
    fallback.defaultVal = "true";
-   fallback.overrides = {{"true", "enabled"}, {"1500", "jumbo"}};
+   fallback.overrides = {{"true", "enabled"}, {"1500", "jumbo"}, {"", "none"}};
+   MlagTool::CatalogEntry none = fallback;
+   none.defaultVal = "";
    struct Case {
       const char * recorded;
       const MlagTool::CatalogEntry * descriptor;
       const char * applied;
    };
    const Case cases[] = {{"", nullptr, ""},
+                         {"", &none, ""},                // no default: nothing to replace
                          {"1500", nullptr, "1500"},      // no descriptor: no override either
                          {"", &fallback, "enabled"},     // provisional or global: the descriptor's
                          {"true", &fallback, "enabled"}, // recorded raw, compared overridden
