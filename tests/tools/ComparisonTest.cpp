@@ -155,6 +155,32 @@ TEST(ComparisonTest, ReportTablesTheFirstSwitchAndSummarisesTheSecondsOwnResults
              "in B's own results: 4 parameters: 1 agree, 1 differ, 2 only on one switch\n");
 }
 
+// Names and values reach the terminal escaped, in headings, tables and
+// summary lines alike.
+TEST(ComparisonTest, ReportWritesNoControlCharacters) {
+   nlohmann::json a =
+      plugin({{"9 vlan\r", {{"groupId", ""}, {"local", "a\nb"}, {"peer", "c"}}}}, {});
+   nlohmann::json b =
+      plugin({{"9 vlan\r", {{"groupId", ""}, {"local", "c"}, {"peer", "a\nb"}}}}, {});
+   const nlohmann::json result = {{"switches",
+                                   {{{"name", "A\x07"}, {"plugins", {{"x\x1b[2J", a}}}},
+                                    {{"name", "B"}, {"plugins", {{"x\x1b[2J", b}}}}}}};
+   MlagTool::CatalogEntry vlan;
+   vlan.plugin = "x\x1b[2J";
+   vlan.name = "vlan\r";
+   vlan.collection = true;
+   const std::string out = MlagTool::report(result, {}, {vlan});
+   EXPECT_EQ(out,
+             "plugin x\\x1b[2J\n"
+             "parameter  interface  A\\x07  B  status\n"
+             "---------  ---------  -----  -  ------\n"
+             "9 vlan\\r   -          a\\nb   c  differ\n"
+             "collections\n"
+             "  vlan\\r: differ: 9 (a\\nb vs c)\n"
+             "\n"
+             "1 parameter: 0 agree, 1 differ, 0 only on one switch\n");
+}
+
 namespace orientation {
 
 MlagTool::CatalogEntry described(const char * name, const char * defaultVal, bool nested,
