@@ -87,8 +87,11 @@ void addDescriptor(const MlagSim::Scenario & scenario, const std::string & plugi
                      ? "global"
                      : nestedScope(scenario, plugin, model, common.mlagInterfacesOnly);
    if (auto o = descriptor.find("valueStrOverride"); o != descriptor.end() && o->is_object()) {
+      // An empty replacement replaces nothing, in the checker as here.
       for (const auto & [from, to] : o->items()) {
-         if (to.is_string()) common.overrides[from] = to.get< std::string >();
+         if (to.is_string() && !to.get< std::string >().empty()) {
+            common.overrides[from] = to.get< std::string >();
+         }
       }
    }
    for (const char * member : {"attrName", "collectionName"}) {

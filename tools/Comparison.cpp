@@ -37,9 +37,8 @@ std::string verdictReason(const Row & r, const SwitchNames & n) {
    switch (r.status) {
       case Status::agree:
          if (!l.empty() && !p.empty()) return "both have " + l;
-         if (l.empty() && p.empty()) {
-            return d.empty() ? "neither has a value" : "both leave it unset (default " + d + ")";
-         }
+         // An entry without values has no verdict unless a default is known.
+         if (l.empty() && p.empty()) return "both leave it unset (default " + d + ")";
          return (l.empty() ? n.first : n.second) + " leaves it unset and its default " + d +
                 " is " + (l.empty() ? n.second : n.first) + "'s value";
       case Status::differ:

@@ -26,14 +26,16 @@ ParamNameReader::ParamNameReader(const std::vector< CatalogEntry > & catalog,
                                  const std::string & plugin) {
    for (const CatalogEntry & e : catalog) {
       if (e.plugin != plugin) continue;
-      (e.collection ? collections_ : values_).insert(e.name);
-      if (e.mlagInterfacesOnly) (e.collection ? mlagCollections_ : mlagValues_).insert(e.name);
+      (e.collection ? collections_ : values_).emplace(e.name, &e);
+      if (e.mlagInterfacesOnly) {
+         (e.collection ? mlagCollections_ : mlagValues_).emplace(e.name, &e);
+      }
    }
 }
 
 bool ParamNameReader::resolve(const std::string & base, bool mlagOnly, ParamName & out) const {
-   const std::set< std::string > & values = mlagOnly ? mlagValues_ : values_;
-   const std::set< std::string > & collections = mlagOnly ? mlagCollections_ : collections_;
+   const Names & values = mlagOnly ? mlagValues_ : values_;
+   const Names & collections = mlagOnly ? mlagCollections_ : collections_;
    if (values.contains(base)) {
       out.name = base;
       return true;
@@ -41,7 +43,7 @@ bool ParamNameReader::resolve(const std::string & base, bool mlagOnly, ParamName
    // "<member key> <collection name>"; the longest collection name that fits
    // wins, so "vlan" never takes a member of "allowed vlan".
    const std::string * best = nullptr;
-   for (const std::string & c : collections) {
+   for (const auto & [c, entry] : collections) {
       if (base.size() > c.size() + 1 && base.ends_with(c) && base[base.size() - c.size() - 1] == ' ' &&
           (best == nullptr || c.size() > best->size())) {
          best = &c;
@@ -75,6 +77,25 @@ ParamName ParamNameReader::read(const std::string & parameter, const std::string
    }
    if (!resolve(parameter, false, out)) out.name = parameter;
    return out;
+}
+
+const CatalogEntry * ParamNameReader::describedBy(const ParamName & name) const {
+   const bool collection = !name.member.empty();
+   const Names & names = name.scope == Scope::mlagId ? (collection ? mlagCollections_ : mlagValues_)
+                                                     : (collection ? collections_ : values_);
+   auto [from, to] = names.equal_range(name.name);
+   if (from == to) return nullptr;
+   // Lower is better: 0 files exactly where the name was found.
+   auto misfit = [&](const CatalogEntry & e) {
+      if (name.scope == Scope::global) return e.model.empty() ? 0 : 2;
+      if (e.model.empty()) return 2;
+      return e.mlagInterfacesOnly == (name.scope == Scope::mlagId) ? 0 : 1;
+   };
+   auto best = from;
+   for (auto it = from; it != to; ++it) {
+      if (misfit(*it->second) < misfit(*best->second)) best = it;
+   }
+   return best->second;
 }
 
 } // namespace MlagTool

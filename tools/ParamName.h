@@ -9,9 +9,10 @@
 //
 // A name the catalog does not explain keeps itself as its display name
 // (global, or interface for the interface table); the reader never fails.
+// The reader refers to the catalog it was made from, which must outlive it.
 #pragma once
 
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -42,12 +43,20 @@ class ParamNameReader {
    ParamName read(const std::string & parameter, const std::string & groupId,
                   bool interfaceTable) const;
 
+   // The catalog entry behind a name that read() gave, or null when the
+   // catalog does not know it. When descriptors at several levels use one
+   // display name, the one whose entries land where `name` was found wins:
+   // the plugin's own for a global name, a nested one for a group or an
+   // interface, an MLAG-only one for an MLAG id.
+   const CatalogEntry * describedBy(const ParamName & name) const;
+
  private:
    // Fills name and member; false when the catalog does not know `base`.
    bool resolve(const std::string & base, bool mlagOnly, ParamName & out) const;
 
-   std::set< std::string > values_, collections_;         // every display name
-   std::set< std::string > mlagValues_, mlagCollections_; // of MLAG-only descriptors
+   using Names = std::multimap< std::string, const CatalogEntry * >; // display name -> entries
+   Names values_, collections_;                                      // every descriptor's
+   Names mlagValues_, mlagCollections_;                              // of MLAG-only descriptors
 };
 
 } // namespace MlagTool

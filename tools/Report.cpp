@@ -7,7 +7,6 @@ namespace MlagTool {
 
 namespace {
 
-
 Table::Highlight highlightOf(Status s) {
    switch (s) {
       case Status::agree:
@@ -26,7 +25,7 @@ std::string setLines(const PluginRows & p, const std::string & localName,
    std::string out;
    for (const SetSummary & s : setSummaries(p.rows)) {
       if (options.mismatchesOnly && !s.hasMismatch()) continue;
-      out += "  " + s.line(localName, peerName) + "\n";
+      out += "  " + escaped(s.line(localName, peerName)) + "\n";
    }
    return out.empty() ? out : "collections\n" + out;
 }
@@ -43,14 +42,15 @@ std::string pluginSection(const PluginRows & p, const std::string & localName,
                   highlightOf(r.status));
    }
    const std::string sets = setLines(p, localName, peerName, options);
-   if (p.rows.empty()) return "plugin " + p.plugin + ": no parameters\n";
+   const std::string heading = "plugin " + escaped(p.plugin);
+   if (p.rows.empty()) return heading + ": no parameters\n";
    // Nothing left to show means every row and set agrees: only the filters
    // leave a plugin empty.
    if (table.rows() == 0 && sets.empty()) {
-      return "plugin " + p.plugin + ": all " + std::to_string(p.rows.size()) +
+      return heading + ": all " + std::to_string(p.rows.size()) +
              (p.rows.size() == 1 ? " parameter agrees\n" : " parameters agree\n");
    }
-   std::string out = "plugin " + p.plugin + "\n";
+   std::string out = heading + "\n";
    if (table.rows() != 0) out += table.render(options.colour);
    return out + sets;
 }
@@ -93,16 +93,16 @@ std::string report(const nlohmann::json & result, const ReportOptions & options,
    out += summaryLine(counts) + '\n';
    // The second switch's own results normally mirror the first's; when they
    // do not, say so, since they count for the exit status too.
-   Counts secondCounts = countRows(resultRows(second));
+   Counts secondCounts = countRows(resultRows(second, catalog));
    if (!(secondCounts == counts)) {
-      out += "in " + secondName + "'s own results: " + summaryLine(secondCounts) + '\n';
+      out += "in " + escaped(secondName) + "'s own results: " + summaryLine(secondCounts) + '\n';
    }
    return out;
 }
 
-bool hasMismatch(const nlohmann::json & result) {
+bool hasMismatch(const nlohmann::json & result, const std::vector< CatalogEntry > & catalog) {
    for (const nlohmann::json & sw : result.at("switches")) {
-      if (countRows(resultRows(sw)).mismatches() > 0) return true;
+      if (countRows(resultRows(sw, catalog)).mismatches() > 0) return true;
    }
    return false;
 }

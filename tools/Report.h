@@ -2,13 +2,16 @@
 // first switch's results (its values in the first value column, its peer's in
 // the second, the columns headed by the switch names; an empty value shows
 // its default when one is known), the plugin's collections one line per
-// collection and scope, then a summary line.
-// hasMismatch looks at both switches' results and decides the exit status.
+// collection and scope, then a summary line (and a second one for the
+// second switch's own results when they count differently).
+// hasMismatch looks at both switches' results and decides the exit status;
+// it reads them with the same catalog, so it fails exactly when a summary
+// line counts a mismatch. Names and values are written escaped (Table.h).
 //
 //   nlohmann::json result = pair.resultJson();
 //   std::cout << report(result, {.mismatchesOnly = false, .colour = isatty(1)},
 //                       catalog(scenario));
-//   return hasMismatch(result) ? 1 : 0;
+//   return hasMismatch(result, catalog(scenario)) ? 1 : 0;
 //
 // Stateless functions over the JSON.
 #pragma once
@@ -37,6 +40,6 @@ std::string statusText(Status status, const std::string & localName, const std::
 std::string report(const nlohmann::json & result, const ReportOptions & options,
                    const std::vector< CatalogEntry > & catalog = {});
 
-bool hasMismatch(const nlohmann::json & result);
+bool hasMismatch(const nlohmann::json & result, const std::vector< CatalogEntry > & catalog);
 
 } // namespace MlagTool

@@ -18,14 +18,24 @@ std::string text(const nlohmann::json & entry, const char * member) {
 
 } // namespace
 
-Status compareValues(const std::string & local, const std::string & peer,
-                     const std::string & defaultVal) {
+std::optional< Status > verdict(const std::string & local, const std::string & peer,
+                                const std::string & defaultVal) {
    const std::string & l = effective(local, defaultVal);
    const std::string & p = effective(peer, defaultVal);
+   if (l.empty() && p.empty()) return std::nullopt;
    if (l == p) return Status::agree;
    if (l.empty()) return Status::onlyPeer;
    if (p.empty()) return Status::onlyLocal;
    return Status::differ;
+}
+
+std::string appliedDefault(const std::string & recorded, const CatalogEntry * descriptor) {
+   const std::string & text =
+      recorded.empty() && descriptor != nullptr ? descriptor->defaultVal : recorded;
+   // No default is no text to replace.
+   if (descriptor == nullptr || text.empty()) return text;
+   auto replaced = descriptor->overrides.find(text);
+   return replaced == descriptor->overrides.end() ? text : replaced->second;
 }
 
 std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
@@ -36,10 +46,12 @@ std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
       PluginRows p{plugin, {}};
       for (const auto & [param, entry] : tables.at("global").items()) {
          std::string local = text(entry, "local"), peer = text(entry, "peer");
-         Status status = compareValues(local, peer, "");
          ParamName name = names.read(param, text(entry, "groupId"), false);
-         p.rows.push_back({param, "", std::move(local), std::move(peer), status, "", false,
-                           std::move(name)});
+         std::string defaultVal = appliedDefault("", names.describedBy(name));
+         const std::optional< Status > status = verdict(local, peer, defaultVal);
+         if (!status) continue;
+         p.rows.push_back({param, "", std::move(local), std::move(peer), *status,
+                           std::move(defaultVal), false, std::move(name)});
       }
       std::sort(p.rows.begin(), p.rows.end(),
                 [](const Row & a, const Row & b) { return a.parameter < b.parameter; });
@@ -51,10 +63,13 @@ std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
             const bool provisional = intf.starts_with(provisionalPrefix);
             if (provisional) intf.erase(0, provisionalPrefix.size());
             std::string local = text(entry, "local"), peer = text(entry, "peer");
-            std::string defaultVal = text(entry, "default");
-            Status status = compareValues(local, peer, defaultVal);
-            p.rows.push_back({param, std::move(intf), std::move(local), std::move(peer), status,
-                              std::move(defaultVal), provisional, names.read(param, "", true)});
+            ParamName name = names.read(param, "", true);
+            std::string defaultVal =
+               appliedDefault(text(entry, "default"), names.describedBy(name));
+            const std::optional< Status > status = verdict(local, peer, defaultVal);
+            if (!status) continue;
+            p.rows.push_back({param, std::move(intf), std::move(local), std::move(peer), *status,
+                              std::move(defaultVal), provisional, std::move(name)});
          }
       }
       // Stable: a provisional entry next to a real one for the same interface

@@ -1,16 +1,20 @@
 // The rows that mlag-config-check shows for one switch's results, and the
-// mismatch rule that decides each row's status. Both the table and the exit
-// status use compareValues, so what the table marks is exactly what fails.
+// mismatch rule that decides each row's status. Every view (tables, set
+// lines, summary lines, the JSON report, the change view) and the exit
+// status take their rows from resultRows, which alone calls verdict and
+// alone decides the default that stands for an empty value, so no two of
+// them can tell a different story about one entry.
 //
 //   nlohmann::json result = pair.resultJson();
-//   for (const PluginRows & p : resultRows(result["switches"][0])) ...
-//   bool bad = countRows(resultRows(result["switches"][1])).mismatches() > 0;
+//   for (const PluginRows & p : resultRows(result["switches"][0], cat)) ...
+//   bool bad = countRows(resultRows(result["switches"][1], cat)).mismatches() > 0;
 //
 // Plain values built from the result JSON; nothing refers back to it.
 #pragma once
 
 #include <cstddef>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,11 +27,20 @@ namespace MlagTool {
 // onlyPeer: only its peer has one.
 enum class Status { agree, differ, onlyLocal, onlyPeer };
 
-// The mismatch rule. An empty value stands for the entry's default (global
-// entries have none: pass the empty text); then equal values agree, a value
-// on one side only is "only on" that side, and anything else differs.
-Status compareValues(const std::string & local, const std::string & peer,
-                     const std::string & defaultVal);
+// The mismatch rule. An empty value stands for the default; then equal
+// values agree, a value on one side only is "only on" that side, and
+// anything else differs. Nothing (no verdict) when neither side has a value
+// and no default is known: such an entry compares nothing and is not a
+// parameter. Symmetric: swapping the sides swaps onlyLocal and onlyPeer.
+std::optional< Status > verdict(const std::string & local, const std::string & peer,
+                                const std::string & defaultVal);
+
+// The default that stands for an empty value of an entry: the one the entry
+// records, else the descriptor's (a global entry records none, and a
+// provisional one waits for the local side, which alone records defaults),
+// in the form values are compared in, the descriptor's value overrides
+// applied. `descriptor` may be null (the catalog does not know the name).
+std::string appliedDefault(const std::string & recorded, const CatalogEntry * descriptor);
 
 struct Row {
    std::string parameter;
@@ -35,7 +48,7 @@ struct Row {
    std::string local;
    std::string peer;
    Status status;
-   std::string defaultVal;   // the entry's recorded default; global entries have none
+   std::string defaultVal;   // appliedDefault of the entry: what an empty value stands for
    bool provisional = false; // the peer value waits under "Peer" + interface
    ParamName name;           // what the parameter name is made of
 };
@@ -52,8 +65,10 @@ struct PluginRows {
 
 // `switchResult` is one member of the result JSON's "switches". A provisional
 // entry ("Peer" + interface name) becomes a row for that interface with no
-// local value. Plugins come in byte order of name. The catalog explains the
-// parameter names; without it every name is its own display name.
+// local value. An entry without a verdict is left out. Plugins come in byte
+// order of name. The catalog explains the parameter names and gives the
+// descriptors' defaults; without it every name is its own display name and
+// only recorded defaults apply.
 std::vector< PluginRows > resultRows(const nlohmann::json & switchResult,
                                      const std::vector< CatalogEntry > & catalog = {});
 

@@ -99,7 +99,7 @@ int run(const Options & o) {
    } else if (!o.eachStep && !o.changes) {
       std::cout << table(result);
    }
-   return MlagTool::hasMismatch(result) ? 1 : 0;
+   return MlagTool::hasMismatch(result, catalog) ? 1 : 0;
 }
 
 int runCatalog(const CatalogOptions & o) {

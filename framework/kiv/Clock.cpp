@@ -77,6 +77,8 @@ bool Clock::fireNextDue(Seconds now) {
    if (schedule_.empty() || schedule_.begin()->first.first > now) return false;
    NotifieeConst * reactor = schedule_.begin()->second;
    reactor->timeMinIs(never);
+   // Restored by the scope, which holds nothing of the reactor.
+   Trace::ContextScope scope(reactor->traceContext_);
    reactor->handleTimeMin();
    return true;
 }

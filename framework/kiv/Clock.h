@@ -22,6 +22,9 @@
 // Detaching or destroying a reactor (also from inside any callback) takes it
 // out of the schedule. Reactors hold a counted reference to their clock, so
 // the clock outlives every reactor attached to it.
+//
+// A reactor keeps the trace context current when it was made and fires in
+// it (trace/Context.h): deferred work traces as the code that set it up.
 #pragma once
 
 #include <cstddef>
@@ -32,6 +35,7 @@
 
 #include "kiv/Entity.h"
 #include "kiv/System.h"
+#include "trace/Context.h"
 
 namespace Kiv {
 
@@ -72,6 +76,8 @@ class Clock : public Entity {
       void scheduleUpdate();
       void leaveSchedule();
 
+      // The trace context handleTimeMin() runs in.
+      const Trace::Context traceContext_ = Trace::context();
       Seconds timeMin_ = never;
       // The place in the due order; meaningful only while armed.
       Seconds dueAt_ = 0.0;

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "trace/Context.h"
 #include "trace/Handle.h"
 #include "trace/Message.h"
 
@@ -11,7 +12,10 @@ namespace {
 
 // Never destroyed: statements may run while statics are torn down.
 TextSink & sinkSlot() {
-   static auto * sink = new TextSink([](const Line & l) { std::cerr << l.text << '\n'; });
+   static auto * sink = new TextSink([](const Line & l) {
+      if (!l.context.empty()) std::cerr << l.context << ": ";
+      std::cerr << l.text << '\n';
+   });
    return *sink;
 }
 
@@ -26,7 +30,10 @@ void deliver(const Handle & h, const Message & m, int level, std::string text) {
    if (!h.levelEnabled(level)) return;
    // A copy, so that a sink may replace itself while it runs.
    TextSink sink = sinkSlot();
-   if (sink) sink(Line{h.name(), level, m.source, m.line, m.function, std::move(text)});
+   const Context c = context();
+   if (sink) {
+      sink(Line{h.name(), level, m.source, m.line, m.function, std::move(text), c ? *c : ""});
+   }
 }
 
 } // namespace Kiv::Trace

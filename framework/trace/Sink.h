@@ -6,7 +6,8 @@
 //   Kiv::Trace::textSinkIs([](const Kiv::Trace::Line & l) { log(l.text); });
 //   Kiv::Trace::coverageStreamIs(&file);    // nullptr switches it off again
 //
-// The default sink writes each line's text and a newline to std::cerr. The
+// The default sink writes each line's text and a newline to std::cerr, after
+// its context's name and ": " when it has a context (trace/Context.h). The
 // sink and the stream are the process's; the caller keeps the stream alive
 // while it is set. Single-threaded.
 #pragma once
@@ -26,7 +27,8 @@ struct Line {
    std::string source;
    int line;
    std::string function;
-   std::string text; // "<function signature>: <pieces and values>"
+   std::string text;    // "<function signature>: <pieces and values>"
+   std::string context; // the name of the trace context it ran in; empty for none
 };
 
 using TextSink = std::function< void(const Line &) >;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kiv/ActivityManager.h"
+#include "trace/Context.h"
 
 namespace {
 
@@ -91,6 +92,27 @@ TEST_F(ClockTest, ReactorsFireOneAtATimeInTheOrderInWhichTheyBecameDue) {
    EXPECT_EQ(log, (Log{"past", "now", "soon", "afterSoon", "late"}));
    EXPECT_EQ(late.timeMin(), Clock::never); // firing disarms
    EXPECT_FALSE(manager.runOnce());
+}
+
+// Deferred work traces as the code that set it up, and the context of the
+// code that runs the loop comes back after each firing.
+TEST_F(ClockTest, AReactorFiresInTheTraceContextItWasMadeIn) {
+   const Kiv::Trace::Context a = Kiv::Trace::contextNamed("A");
+   Probe * ofA = nullptr;
+   {
+      Kiv::Trace::ContextScope scope(a);
+      ofA = &probe("ofA");
+   }
+   Probe & ofNone = probe("ofNone");
+   std::vector< Kiv::Trace::Context > seen;
+   for (Probe * p : {ofA, &ofNone}) {
+      p->onFire = [&seen] { seen.push_back(Kiv::Trace::context()); };
+      p->timeMinIs(0.0);
+   }
+   Kiv::Trace::ContextScope runner(Kiv::Trace::contextNamed("runner"));
+   EXPECT_EQ(manager.runUntilIdle(), 2u);
+   EXPECT_EQ(seen, (std::vector< Kiv::Trace::Context >{a, nullptr}));
+   EXPECT_EQ(Kiv::Trace::context(), Kiv::Trace::contextNamed("runner"));
 }
 
 TEST_F(ClockTest, ArmingADueReactorAgainAtOrBeforeNowKeepsItsPlace) {

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <sstream>
 
 #include "kiv/String.h"
 #include "trace/CaptureSink.h"
+#include "trace/Context.h"
 
 namespace TraceTestTypes {
 
@@ -227,6 +229,36 @@ TEST_F(TraceTest, CaptureSinkRestoresThePreviousSink) {
    KIV_TRACE_FN(trace_, "Src", 9, "void c()", "to outer");
    textSinkIs(saved);
    EXPECT_EQ(outer, std::vector< std::string >{"void c(): to outer"});
+}
+
+TEST_F(TraceTest, LinesCarryTheContextTheyRanInAndTheDefaultSinkNamesIt) {
+   const Context leaf1 = contextNamed("leaf1");
+   EXPECT_EQ(contextNamed("leaf1"), leaf1);
+   EXPECT_EQ(contextNamed(""), nullptr);
+   std::ostringstream err;
+   std::streambuf * saved = std::cerr.rdbuf(err.rdbuf());
+   {
+      ContextScope outer(leaf1);
+      {
+         ContextScope inner(contextNamed("leaf2"));
+         KIV_TRACE_FN(trace_, "Src", 9, "void c()", "in leaf2");
+      }
+      KIV_TRACE_FN(trace_, "Src", 9, "void c()", "back in leaf1");
+   }
+   KIV_TRACE_FN(trace_, "Src", 9, "void c()", "in none");
+   std::cerr.rdbuf(saved);
+   EXPECT_EQ(err.str(),
+             "leaf2: void c(): in leaf2\nleaf1: void c(): back in leaf1\n"
+             "void c(): in none\n");
+
+   CaptureSink capture;
+   {
+      ContextScope scope(leaf1);
+      KIV_TRACE_FN(trace_, "Src", 9, "void c()", "x");
+   }
+   ASSERT_EQ(capture.lines().size(), 1u);
+   EXPECT_EQ(capture.lines()[0].context, "leaf1");
+   EXPECT_EQ(capture.lines()[0].text, "void c(): x");
 }
 
 } // namespace

@@ -21,7 +21,7 @@ MlagSim::Scenario scenario() {
          "nestedConfigCheckDesc": {
            "intfConfig": {"mlagInterfacesOnly": true, "absenceImpliesDefaultVal": true,
                           "attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "1500"},
-                          "valueStrOverride": {"true": "on", "false": "off"}},
+                          "valueStrOverride": {"true": "on", "false": "off", "yes": ""}},
            "vlanConfig": {"attrName": {"name": "name"},
                           "nestedConfigCheckDesc": {"member": {"attrName": {"state": "state"}}}},
            "mixed": {"attrName": {"x": "x"}},
@@ -54,6 +54,7 @@ TEST(CatalogTest, EveryCheckedParameterWithScopeDefaultAndOverrides) {
          "state | state | v | vlanConfig/member | interface | "}));
    EXPECT_TRUE(entries[3].absenceImpliesDefault);
    EXPECT_TRUE(entries[3].mlagInterfacesOnly);
+   // An empty replacement replaces nothing, so it is no override.
    EXPECT_EQ(entries[3].overrides,
              (std::map< std::string, std::string >{{"false", "off"}, {"true", "on"}}));
 
@@ -94,7 +95,8 @@ TEST(CatalogTest, ParameterNamesReadBackIntoTheirParts) {
       {"vlan mode", "vlan10", false, Scope::global, "vlan mode", "", "", ""},
       {"not known", "", false, Scope::global, "not known", "", "", ""},
       {"mtu mlag", "", true, Scope::interface, "mtu mlag", "", "", ""}};
-   const MlagTool::ParamNameReader reader(MlagTool::catalog(scenario()), "vlan");
+   const std::vector< CatalogEntry > entries = MlagTool::catalog(scenario());
+   const MlagTool::ParamNameReader reader(entries, "vlan");
    for (const Case & c : cases) {
       const MlagTool::ParamName n = reader.read(c.parameter, c.groupId, c.interfaceTable);
       EXPECT_EQ(n.scope, c.scope) << c.parameter;
@@ -103,6 +105,32 @@ TEST(CatalogTest, ParameterNamesReadBackIntoTheirParts) {
       EXPECT_EQ(n.group, c.group) << c.parameter;
       EXPECT_EQ(n.mlagId, c.mlagId) << c.parameter;
    }
+}
+
+// One display name at several levels: the entry whose entries land where
+// the name was found describes it.
+TEST(CatalogTest, NameUsedAtSeveralLevelsIsDescribedByTheOneThatFilesThere) {
+   const std::vector< CatalogEntry > entries =
+      MlagTool::catalog(MlagSim::parseScenario(R"({
+     "plugins": {"p": {
+       "attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "1"},
+       "nestedConfigCheckDesc": {
+         "intfConfig": {"attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "1500"}},
+         "mlagConfig": {"mlagInterfacesOnly": true, "attrName": {"mtu": "mtu"},
+                        "defaultVal": {"mtu": "9214"}}}}},
+     "switches": [{"name": "A"}, {"name": "B"}]
+   })",
+                                               "levels.json"));
+   const MlagTool::ParamNameReader reader(entries, "p");
+   auto defaultOf = [&](const char * parameter, const char * groupId, bool interfaceTable) {
+      const CatalogEntry * e = reader.describedBy(reader.read(parameter, groupId, interfaceTable));
+      return e ? e->defaultVal : "none";
+   };
+   EXPECT_EQ(defaultOf("mtu", "", false), "1");
+   EXPECT_EQ(defaultOf("mtu g1", "g1", false), "1500");
+   EXPECT_EQ(defaultOf("mtu", "", true), "1500");
+   EXPECT_EQ(defaultOf("mtu mlag10", "", true), "9214");
+   EXPECT_EQ(defaultOf("speed", "", false), "none");
 }
 
 } // namespace

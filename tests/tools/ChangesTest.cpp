@@ -14,7 +14,7 @@ ComparedValue value(const char * parameter, const char * local, const char * pee
    v.row.parameter = parameter;
    v.row.local = local;
    v.row.peer = peer;
-   v.row.status = MlagTool::compareValues(local, peer, "");
+   v.row.status = *MlagTool::verdict(local, peer, "");
    v.seenBy = std::move(seenBy);
    return v;
 }

@@ -22,7 +22,6 @@ TEST(ComparisonTest, VerdictOnEffectiveValuesAndItsReason) {
    const Case cases[] = {
       {"9000", "9000", "", "", "agree", "both have 9000"},
       {"", "", "1500", "", "agree", "both leave it unset (default 1500)"},
-      {"", "", "", "", "agree", "neither has a value"},
       {"", "1500", "1500", "", "agree", "A leaves it unset and its default 1500 is B's value"},
       {"1500", "", "1500", "", "agree", "B leaves it unset and its default 1500 is A's value"},
       {"9000", "1500", "", "", "differ", "A has 9000, B has 1500"},
@@ -46,7 +45,7 @@ TEST(ComparisonTest, VerdictOnEffectiveValuesAndItsReason) {
       v.row.local = c.local;
       v.row.peer = c.peer;
       v.row.defaultVal = c.defaultVal;
-      v.row.status = MlagTool::compareValues(c.local, c.peer, c.defaultVal);
+      v.row.status = *MlagTool::verdict(c.local, c.peer, c.defaultVal);
       v.provisionalIn = c.provisionalIn;
       EXPECT_STREQ(MlagTool::verdictText(v.row.status), c.verdict) << c.reason;
       EXPECT_EQ(MlagTool::reason(v, {"A", "B"}), c.reason);
@@ -134,10 +133,10 @@ TEST(ComparisonTest, ReportJsonRowsCountsAndConsistencyFollowTheExitRule) {
    b["interface"].erase("mtu mlag30");
    a["interface"]["mtu mlag10"]["Port-Channel10"]["peer"] = "9000";
    EXPECT_FALSE(MlagTool::reportJson(result, {})["consistent"].get< bool >());
-   EXPECT_TRUE(MlagTool::hasMismatch(result));
+   EXPECT_TRUE(MlagTool::hasMismatch(result, {}));
    b["interface"]["mtu mlag10"]["Port-Channel10"]["local"] = "9000";
    EXPECT_TRUE(MlagTool::reportJson(result, {})["consistent"].get< bool >());
-   EXPECT_FALSE(MlagTool::hasMismatch(result));
+   EXPECT_FALSE(MlagTool::hasMismatch(result, {}));
 }
 
 // The people's view: the first switch's table under the switch names, an
@@ -155,5 +154,175 @@ TEST(ComparisonTest, ReportTablesTheFirstSwitchAndSummarisesTheSecondsOwnResults
              "3 parameters: 1 agree, 2 differ, 0 only on one switch\n"
              "in B's own results: 4 parameters: 1 agree, 1 differ, 2 only on one switch\n");
 }
+
+// Names and values reach the terminal escaped, in headings, tables and
+// summary lines alike.
+TEST(ComparisonTest, ReportWritesNoControlCharacters) {
+   nlohmann::json a =
+      plugin({{"9 vlan\r", {{"groupId", ""}, {"local", "a\nb"}, {"peer", "c"}}}}, {});
+   nlohmann::json b =
+      plugin({{"9 vlan\r", {{"groupId", ""}, {"local", "c"}, {"peer", "a\nb"}}}}, {});
+   const nlohmann::json result = {{"switches",
+                                   {{{"name", "A\x07"}, {"plugins", {{"x\x1b[2J", a}}}},
+                                    {{"name", "B"}, {"plugins", {{"x\x1b[2J", b}}}}}}};
+   MlagTool::CatalogEntry vlan;
+   vlan.plugin = "x\x1b[2J";
+   vlan.name = "vlan\r";
+   vlan.collection = true;
+   const std::string out = MlagTool::report(result, {}, {vlan});
+   EXPECT_EQ(out,
+             "plugin x\\x1b[2J\n"
+             "parameter  interface  A\\x07  B  status\n"
+             "---------  ---------  -----  -  ------\n"
+             "9 vlan\\r   -          a\\nb   c  differ\n"
+             "collections\n"
+             "  vlan\\r: differ: 9 (a\\nb vs c)\n"
+             "\n"
+             "1 parameter: 0 agree, 1 differ, 0 only on one switch\n");
+}
+
+namespace orientation {
+
+MlagTool::CatalogEntry described(const char * name, const char * defaultVal, bool nested,
+                                 bool collection = false) {
+   MlagTool::CatalogEntry e;
+   e.plugin = "po";
+   e.name = name;
+   e.attribute = name;
+   e.collection = collection;
+   e.model = nested ? "intfConfig" : "";
+   e.scope = nested ? "MLAG id" : "global";
+   e.mlagInterfacesOnly = nested;
+   e.defaultVal = defaultVal;
+   return e;
+}
+
+std::vector< MlagTool::CatalogEntry > poCatalog() {
+   MlagTool::CatalogEntry fallback = described("fallback", "true", true);
+   fallback.overrides = {{"true", "enabled"}};
+   return {described("system priority", "32768", false),
+           described("domain", "", false),
+           described("mtu", "1500", true),
+           described("lacp mode", "", true),
+           fallback,
+           described("allowed vlan", "allowed", true, true)};
+}
+
+nlohmann::json global(const char * local, const char * peer) {
+   return {{"groupId", ""}, {"local", local}, {"peer", peer}};
+}
+
+// Port-Channel30 is an MLAG interface on A only: A files its values under
+// the interface, B holds them under the provisional key, without a default.
+// Port-Channel10 is on both. A leaves the system priority unset and B sets
+// it to its default; neither has a domain.
+nlohmann::json result() {
+   nlohmann::json a =
+      plugin({{"system priority", global("", "32768")}, {"domain", global("", "")}},
+             {{"mtu mlag10", {{"Port-Channel10", entry("", "9000", "1500")}}},
+              {"mtu mlag30", {{"Port-Channel30", entry("9214", "", "1500")}}},
+              {"lacp mode mlag30", {{"Port-Channel30", entry("active", "", "")}}},
+              {"fallback mlag10", {{"Port-Channel10", entry("", "enabled", "true")}}},
+              {"fallback mlag30", {{"Port-Channel30", entry("enabled", "", "true")}}},
+              {"30 allowed vlan mlag30", {{"Port-Channel30", entry("allowed", "", "allowed")}}}});
+   nlohmann::json b =
+      plugin({{"system priority", global("32768", "")}, {"domain", global("", "")}},
+             {{"mtu mlag10", {{"Port-Channel10", entry("9000", "", "1500")}}},
+              {"mtu mlag30", {{"PeerPort-Channel30", entry("", "9214", "")}}},
+              {"lacp mode mlag30", {{"PeerPort-Channel30", entry("", "active", "")}}},
+              {"fallback mlag10", {{"Port-Channel10", entry("enabled", "", "true")}}},
+              {"fallback mlag30", {{"PeerPort-Channel30", entry("", "enabled", "")}}},
+              {"30 allowed vlan mlag30", {{"PeerPort-Channel30", entry("", "allowed", "")}}}});
+   return {
+      {"switches",
+       {{{"name", "A"}, {"plugins", {{"po", a}}}}, {{"name", "B"}, {"plugins", {{"po", b}}}}}}};
+}
+
+nlohmann::json swapped(nlohmann::json r) {
+   std::swap(r["switches"][0], r["switches"][1]);
+   return r;
+}
+
+std::vector< std::string > verdicts(const nlohmann::json & r) {
+   std::vector< std::string > out;
+   for (const ComparedValue & v : MlagTool::comparedValues(r, poCatalog())) {
+      out.push_back(v.row.parameter + " " + v.row.interface + ": " +
+                    MlagTool::verdictText(v.row.status) + " seen by " +
+                    std::to_string(v.seenBy.size()));
+   }
+   return out;
+}
+
+// One verdict per parameter, whichever switch comes first: a provisional
+// entry takes the descriptor's default, a global one too, overrides apply
+// to defaults, and an entry with nothing to compare is no parameter.
+TEST(ComparisonTest, EitherSwitchFirstGivesTheSameVerdicts) {
+   const std::vector< std::string > aFirst = {
+      "system priority : agree seen by 2",
+      "30 allowed vlan mlag30 Port-Channel30: agree seen by 2",
+      "fallback mlag10 Port-Channel10: agree seen by 2",
+      "fallback mlag30 Port-Channel30: agree seen by 2",
+      "lacp mode mlag30 Port-Channel30: onlyOnFirst seen by 2",
+      "mtu mlag10 Port-Channel10: differ seen by 2",
+      "mtu mlag30 Port-Channel30: differ seen by 2"};
+   EXPECT_EQ(verdicts(result()), aFirst);
+   std::vector< std::string > bFirst = aFirst;
+   bFirst[4] = "lacp mode mlag30 Port-Channel30: onlyOnSecond seen by 2";
+   EXPECT_EQ(verdicts(swapped(result())), bFirst);
+
+   for (const nlohmann::json & r : {result(), swapped(result())}) {
+      const std::string first = r["switches"][0]["name"];
+      const nlohmann::json counts = MlagTool::reportJson(r, poCatalog())["counts"];
+      EXPECT_EQ(counts["agree"], 4) << first;
+      EXPECT_EQ(counts["differ"], 2) << first;
+      EXPECT_EQ(counts["onlyOnFirst"].get< int >() + counts["onlyOnSecond"].get< int >(), 1);
+      EXPECT_EQ(counts["total"], 7) << first;
+      EXPECT_TRUE(MlagTool::hasMismatch(r, poCatalog())) << first;
+      // Both switches' own results count alike: one summary line.
+      const std::string table = MlagTool::report(r, {}, poCatalog());
+      EXPECT_TRUE(table.ends_with("\n\n7 parameters: 4 agree, 2 differ, 1 only on one switch\n"))
+         << table;
+   }
+}
+
+TEST(ComparisonTest, UnsetValuesShowTheDefaultTheyStandFor) {
+   const std::string table = MlagTool::report(result(), {}, poCatalog());
+   EXPECT_NE(table.find("system priority         -               unset (default 32768)    32768"
+                        "                    agree\n"),
+             std::string::npos)
+      << table;
+   EXPECT_NE(table.find("fallback mlag10         Port-Channel10  unset (default enabled)  enabled"
+                        "                  agree\n"),
+             std::string::npos)
+      << table;
+   EXPECT_EQ(table.find("domain"), std::string::npos);
+}
+
+// The summary lines, the JSON report and the exit status agree, also when
+// only the second switch's own results hold a mismatch.
+TEST(ComparisonTest, SummaryReportAndExitStatusTellOneStory) {
+   nlohmann::json r = result();
+   for (const char * side : {"a", "b"}) {
+      nlohmann::json & plugins = r["switches"][side[0] == 'a' ? 0 : 1]["plugins"]["po"];
+      for (const char * p : {"mtu mlag10", "mtu mlag30", "lacp mode mlag30"}) {
+         plugins["interface"].erase(p);
+      }
+   }
+   EXPECT_FALSE(MlagTool::hasMismatch(r, poCatalog()));
+   EXPECT_TRUE(MlagTool::reportJson(r, poCatalog())["consistent"].get< bool >());
+   EXPECT_TRUE(MlagTool::report(r, {}, poCatalog())
+                  .ends_with("\n4 parameters: 4 agree, 0 differ, 0 only on one switch\n"));
+
+   r["switches"][1]["plugins"]["po"]["global"]["domain"]["local"] = "pod1";
+   EXPECT_TRUE(MlagTool::hasMismatch(r, poCatalog()));
+   EXPECT_FALSE(MlagTool::reportJson(r, poCatalog())["consistent"].get< bool >());
+   EXPECT_EQ(MlagTool::reportJson(r, poCatalog())["counts"]["onlyOnSecond"], 1);
+   EXPECT_TRUE(MlagTool::report(r, {}, poCatalog())
+                  .ends_with("\n4 parameters: 4 agree, 0 differ, 0 only on one switch\n"
+                             "in B's own results: 5 parameters: 4 agree, 0 differ, 1 only on one "
+                             "switch\n"));
+}
+
+} // namespace orientation
 
 } // namespace

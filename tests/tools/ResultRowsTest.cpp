@@ -56,6 +56,40 @@ TEST(ResultRowsTest, GlobalRowsFirstThenInterfaceRowsSorted) {
                       "mtu mlag10 | Port-Channel20 |  | 9000 | onlyOnSecond"}));
 }
 
+TEST(ResultRowsTest, AppliedDefaultIsTheRecordedOneElseTheDescriptorsWithOverrides) {
+   MlagTool::CatalogEntry fallback;
+   fallback.defaultVal = "true";
+   fallback.overrides = {{"true", "enabled"}, {"1500", "jumbo"}, {"", "none"}};
+   MlagTool::CatalogEntry none = fallback;
+   none.defaultVal = "";
+   struct Case {
+      const char * recorded;
+      const MlagTool::CatalogEntry * descriptor;
+      const char * applied;
+   };
+   const Case cases[] = {{"", nullptr, ""},
+                         {"", &none, ""},                // no default: nothing to replace
+                         {"1500", nullptr, "1500"},      // no descriptor: no override either
+                         {"", &fallback, "enabled"},     // provisional or global: the descriptor's
+                         {"true", &fallback, "enabled"}, // recorded raw, compared overridden
+                         {"1500", &fallback, "jumbo"},   // the recorded one wins
+                         {"false", &fallback, "false"}}; // no override for it
+   for (const Case & c : cases) {
+      EXPECT_EQ(MlagTool::appliedDefault(c.recorded, c.descriptor), c.applied) << c.recorded;
+   }
+}
+
+TEST(ResultRowsTest, AnEntryWithNothingToCompareIsNoParameter) {
+   EXPECT_EQ(MlagTool::verdict("", "", ""), std::nullopt);
+   EXPECT_EQ(MlagTool::verdict("", "", "1500"), MlagTool::Status::agree);
+   nlohmann::json r = switchResult();
+   r["plugins"]["lacp"]["global"]["system priority"]["local"] = "";
+   r["plugins"]["lacp"]["global"]["system priority"]["peer"] = "";
+   const std::vector< MlagTool::PluginRows > plugins = MlagTool::resultRows(r);
+   EXPECT_EQ(plugins[0].rows.size(), 4u);
+   EXPECT_EQ(MlagTool::countRows(plugins).total(), 4u);
+}
+
 TEST(ResultRowsTest, MissingTablesAreBadInput) {
    nlohmann::json bad = {{"name", "A"},
                          {"plugins", {{"lacp", {{"global", nlohmann::json::object()}}}}}};

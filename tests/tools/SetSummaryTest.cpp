@@ -16,7 +16,7 @@ Row member(const char * collection, const char * key, Scope scope, const char * 
    r.local = local;
    r.peer = peer;
    r.defaultVal = defaultVal;
-   r.status = MlagTool::compareValues(local, peer, defaultVal);
+   r.status = *MlagTool::verdict(local, peer, defaultVal);
    r.name.scope = scope;
    r.name.name = collection;
    r.name.member = key;

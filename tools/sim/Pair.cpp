@@ -10,11 +10,23 @@
 #include "ResultJson.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/System.h"
+#include "trace/Context.h"
 
 namespace MlagSim {
 
 using Mlag::ConfigCheck::ConfigPluginDir;
 using MlagP2p::ConfigCheck::GenericConfig;
+
+namespace {
+
+// Whatever runs for one switch traces under its name: its machines' reactors
+// take the context when they are made, and the transport delivers into a
+// switch in that switch's context.
+Kiv::Trace::ContextScope tracedAs(const std::string & switchName) {
+   return Kiv::Trace::ContextScope(Kiv::Trace::contextNamed(switchName));
+}
+
+} // namespace
 
 Pair::Pair(const Scenario & scenario) : steps_(scenario.steps) {
    for (std::size_t i = 0; i < 2; ++i) {
@@ -56,6 +68,7 @@ Pair::Pair(const Scenario & scenario) : steps_(scenario.steps) {
 Pair::~Pair() {
    // The checkers go first, while everything they watch still stands.
    for (Switch & sw : switches_) {
+      const auto scope = tracedAs(sw.name);
       for (Plugin & p : sw.plugins) p.container = nullptr;
    }
    transport_.clear();
@@ -73,8 +86,9 @@ GenericConfig & Pair::linkTarget(const Link & link) {
 void Pair::attach(Link & link) {
    const Kiv::Ptr< GenericConfig > & source = switches_[link.from].plugins[link.plugin].localRecord;
    if (transportDelay_ == 0) {
-      link.mirror = std::make_unique< RecordMirror >(
-         source, switches_[1 - link.from].plugins[link.plugin].peerRecord);
+      const Switch & to = switches_[1 - link.from];
+      link.mirror = std::make_unique< RecordMirror >(source, to.plugins[link.plugin].peerRecord,
+                                                     Kiv::Trace::contextNamed(to.name));
    } else {
       link.spy = std::make_unique< RecordSpy >(source, [&link] { link.pending = true; });
    }
@@ -100,6 +114,7 @@ void Pair::start() {
    started_ = true;
    Kiv::System::virtualTimeIs(0.0);
    for (Switch & sw : switches_) {
+      const auto scope = tracedAs(sw.name);
       for (Plugin & p : sw.plugins) {
          p.container = Mlag::ConfigCheck::smContainerFactory(Kiv::Name(p.name));
          createMachine(sw, p);
@@ -118,6 +133,7 @@ std::uint64_t Pair::settle() {
       for (Link & link : transport_) {
          if (!link.pending) continue;
          link.pending = false;
+         const auto scope = tracedAs(switches_[1 - link.from].name);
          syncRecord(linkSource(link), linkTarget(link));
          delivered = true;
       }
@@ -134,11 +150,13 @@ void Pair::peerRestart(std::size_t sw) {
       if (1 - link.from != sw) continue;
       // A mirror's nested watchers point at the copies that are about to go.
       link.mirror.reset();
+      const auto scope = tracedAs(switches_[sw].name);
       wipeRecord(linkTarget(link));
    }
    settle();
    for (Link & link : transport_) {
       if (1 - link.from != sw) continue;
+      const auto scope = tracedAs(switches_[sw].name);
       syncRecord(linkSource(link), linkTarget(link));
       if (!link.mirror && !link.spy) attach(link);
    }
@@ -151,12 +169,18 @@ void Pair::machineRestart(std::size_t sw) {
    // The agent's published records go with it, as its results do: the new
    // machines publish from scratch, and the peer sees the records emptied and
    // filled again.
-   for (Plugin & p : restarting.plugins) {
-      p.container->configCheckSmDel();
-      wipeRecord(*p.localRecord);
+   {
+      const auto scope = tracedAs(restarting.name);
+      for (Plugin & p : restarting.plugins) {
+         p.container->configCheckSmDel();
+         wipeRecord(*p.localRecord);
+      }
    }
    settle();
-   for (Plugin & p : restarting.plugins) createMachine(restarting, p);
+   {
+      const auto scope = tracedAs(restarting.name);
+      for (Plugin & p : restarting.plugins) createMachine(restarting, p);
+   }
    settle();
 }
 
@@ -164,15 +188,18 @@ void Pair::applyStep(std::size_t index) {
    if (!started_) throw std::logic_error("steps run only after the pair has started");
    const Step & step = steps_.at(index);
    Switch & sw = switches_[step.switchName == switches_[0].name ? 0 : 1];
-   if (!step.plugin.empty()) {
-      for (Plugin & p : sw.plugins) {
-         if (p.name == step.plugin) applyConfigStep(step, p);
+   {
+      const auto scope = tracedAs(sw.name);
+      if (!step.plugin.empty()) {
+         for (Plugin & p : sw.plugins) {
+            if (p.name == step.plugin) applyConfigStep(step, p);
+         }
+      } else if (step.isDelete) {
+         sw.mlag->intfConfigDel(Porta::IntfId(Kiv::String(step.mlagInterface)));
+      } else {
+         sw.mlag->intfConfigIs(Porta::IntfId(Kiv::String(step.mlagInterface)),
+                               Mlag::IntfConfig(step.value.get< std::string >()));
       }
-   } else if (step.isDelete) {
-      sw.mlag->intfConfigDel(Porta::IntfId(Kiv::String(step.mlagInterface)));
-   } else {
-      sw.mlag->intfConfigIs(Porta::IntfId(Kiv::String(step.mlagInterface)),
-                            Mlag::IntfConfig(step.value.get< std::string >()));
    }
    settle();
 }

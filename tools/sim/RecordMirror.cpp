@@ -17,8 +17,9 @@ void copyRecord(const GenericConfig & from, GenericConfig & to) {
 }
 
 RecordMirror::RecordMirror(const Kiv::Ptr< GenericConfig > & source,
-                           const Kiv::Ptr< GenericConfig > & target)
-      : target_(target) {
+                           const Kiv::Ptr< GenericConfig > & target,
+                           Kiv::Trace::Context targetContext)
+      : target_(target), targetContext_(targetContext) {
    notifierIs(source);
    for (auto & it : source->nestedIntfConfigMap()) {
       watchNested(it.value(), target->nestedIntfConfig(it.key()), intfChildren_, it.key());
@@ -34,12 +35,16 @@ void RecordMirror::watchNested(const Kiv::Ptr< GenericConfig > & source,
                                const Kiv::Ptr< GenericConfig > & target, Children & children,
                                const Kiv::Name & name) {
    KIV_ASSERT(target && "the peer record starts as a copy of the local record");
-   children[name] = std::make_unique< RecordMirror >(source, target);
+   children[name] = std::make_unique< RecordMirror >(source, target, targetContext_);
 }
 
-void RecordMirror::onParamName() { target_->paramNameIs(notifier()->paramName()); }
+void RecordMirror::onParamName() {
+   Kiv::Trace::ContextScope scope(targetContext_);
+   target_->paramNameIs(notifier()->paramName());
+}
 
 void RecordMirror::onAttr(const Kiv::String & attr) {
+   Kiv::Trace::ContextScope scope(targetContext_);
    if (notifier()->attrHas(attr)) {
       target_->attrIs(attr, notifier()->attr(attr));
    } else {
@@ -48,6 +53,7 @@ void RecordMirror::onAttr(const Kiv::String & attr) {
 }
 
 void RecordMirror::onAttrCollection(const CollectionConfig & member) {
+   Kiv::Trace::ContextScope scope(targetContext_);
    if (notifier()->attrCollectionHas(member)) {
       target_->attrCollectionIs(member, notifier()->attrCollection(member));
    } else {
@@ -56,6 +62,7 @@ void RecordMirror::onAttrCollection(const CollectionConfig & member) {
 }
 
 void RecordMirror::onNestedIntfConfig(const Kiv::Name & name) {
+   Kiv::Trace::ContextScope scope(targetContext_);
    Kiv::Ptr< GenericConfig > added = notifier()->nestedIntfConfig(name);
    if (!added) {
       intfChildren_.erase(name);
@@ -72,6 +79,7 @@ void RecordMirror::onNestedIntfConfig(const Kiv::Name & name) {
 }
 
 void RecordMirror::onNestedGlobalConfig(const Kiv::Name & name) {
+   Kiv::Trace::ContextScope scope(targetContext_);
    Kiv::Ptr< GenericConfig > added = notifier()->nestedGlobalConfig(name);
    if (!added) {
       globalChildren_.erase(name);

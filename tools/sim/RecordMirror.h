@@ -10,13 +10,16 @@
 //   localA->attrIs("mtu", "9000");                               // peerB->attr("mtu") == "9000"
 //
 // Holds counted references to both records; destroying it detaches the
-// transport (nested watchers included) and changes neither record.
+// transport (nested watchers included) and changes neither record. Changes
+// reach the target in the target's trace context, so the other switch's
+// reactions trace as that switch.
 #pragma once
 
 #include <map>
 #include <memory>
 
 #include "GenericConfig.h"
+#include "trace/Context.h"
 
 namespace MlagSim {
 
@@ -30,7 +33,8 @@ void copyRecord(const GenericConfig & from, GenericConfig & to);
 class RecordMirror : public GenericConfig::NotifieeConst {
  public:
    // REQUIRES: `target` holds a copy of `source` (copyRecord).
-   RecordMirror(const Kiv::Ptr< GenericConfig > & source, const Kiv::Ptr< GenericConfig > & target);
+   RecordMirror(const Kiv::Ptr< GenericConfig > & source, const Kiv::Ptr< GenericConfig > & target,
+                Kiv::Trace::Context targetContext = nullptr);
    ~RecordMirror() override;
 
    void onParamName() override;
@@ -46,6 +50,7 @@ class RecordMirror : public GenericConfig::NotifieeConst {
                     const Kiv::Name & name);
 
    Kiv::Ptr< GenericConfig > target_;
+   Kiv::Trace::Context targetContext_;
    // One mirror per nested record of the source, each bound to its copy.
    Children intfChildren_;
    Children globalChildren_;

@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "ExampleScenario.h"
 #include "ResultJson.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/Ptr.h"
 #include "kiv/System.h"
+#include "trace/CaptureSink.h"
+#include "trace/Handle.h"
 
 namespace {
 
@@ -60,6 +64,44 @@ TEST(PairTest, ExampleScenarioGivesTheDocumentedResult) {
    ASSERT_EQ(result["switches"].size(), 2u);
    EXPECT_EQ(result["switches"][0].dump(2), expectedA.dump(2));
    EXPECT_EQ(result["switches"][1].dump(2), expectedB.dump(2));
+}
+
+// Each switch's trace lines name it, also those of the peer side, which the
+// transport drives from the other switch's changes, and of deferred work.
+TEST(PairTest, TraceLinesNameTheSwitchTheyComeFrom) {
+   const json doc = R"({
+      "plugins": { "lacp": { "attrName": { "systemPriority": "priority" },
+         "nestedConfigCheckDesc": { "intfConfig": { "attrName": { "mode": "mode" } } } } },
+      "switches": [
+         { "name": "A", "config": { "lacp": { "systemPriority": 1 } } },
+         { "name": "B", "config": { "lacp": { "systemPriority": 2 } } } ],
+      "steps": [ { "switch": "A", "plugin": "lacp", "path": [ "systemPriority" ], "set": 3 },
+                 { "switch": "B", "plugin": "lacp", "path": [ "intfConfig", "Ethernet1" ],
+                   "set": { "mode": "on" } } ] })"_json;
+   Kiv::Trace::Handle & trace = Kiv::Trace::handle("MlagConfigCheck");
+   trace.levelsUpToIs(9);
+   Kiv::Trace::CaptureSink capture;
+   runAll(doc);
+   trace.levelsUpToIs(-1);
+   // The switches whose lines hold `fragment`.
+   auto contextOf = [&](const std::string & fragment) {
+      std::set< std::string > out;
+      for (const Kiv::Trace::Line & l : capture.lines()) {
+         if (l.text.find(fragment) != std::string::npos) out.insert(l.context);
+      }
+      return out;
+   };
+   for (const Kiv::Trace::Line & l : capture.lines()) {
+      EXPECT_TRUE(l.context == "A" || l.context == "B") << l.text;
+   }
+   // B imports A's 1 at its start, A hears B's 2 through the transport.
+   EXPECT_EQ(contextOf("localval='1'"), std::set< std::string >{"A"});
+   EXPECT_EQ(contextOf("peerval='1'"), std::set< std::string >{"B"});
+   EXPECT_EQ(contextOf("peerval='2'"), std::set< std::string >{"A"});
+   EXPECT_EQ(contextOf("peerval='3'"), std::set< std::string >{"B"});
+   // B's nested machine for Ethernet1 comes from its backlog.
+   EXPECT_EQ(contextOf("localval='on'"), std::set< std::string >{"B"});
+   EXPECT_EQ(contextOf("peerval='on'"), std::set< std::string >{"A"});
 }
 
 TEST(PairTest, SameScenarioTwiceGivesIdenticalJson) {
