@@ -15,7 +15,9 @@ int runScenario(const MlagSim::Scenario & scenario, const RunOptions & o, std::o
    const std::vector< CatalogEntry > catalog = MlagTool::catalog(scenario);
    MlagSim::Pair pair(scenario);
    const ReportOptions reportOptions{o.mismatches, o.colour, o.summary};
-   auto table = [&](const nlohmann::json & result) { return report(result, reportOptions, catalog); };
+   auto table = [&](const nlohmann::json & result) {
+      return report(result, reportOptions, catalog);
+   };
 
    pair.start();
    // The whole result as it stands, once built; a step makes it stale.
@@ -41,7 +43,8 @@ int runScenario(const MlagSim::Scenario & scenario, const RunOptions & o, std::o
             changes(comparedValues(d.before, catalog), comparedValues(d.after, catalog));
          if (!o.mismatches) {
             out << changesTable(all, switchNames(d.after), o.colour);
-         } else if (std::vector< Change > shown = mismatchesOnly(all); !shown.empty() || all.empty()) {
+         } else if (std::vector< Change > shown = mismatchesOnly(all);
+                    !shown.empty() || all.empty()) {
             out << changesTable(shown, switchNames(d.after), o.colour);
          } else {
             out << "no changes to mismatches\n";

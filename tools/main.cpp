@@ -136,8 +136,8 @@ int main(int argc, char ** argv) {
                      "Scenario file (JSON); default: the shipped examples/default.json")
          ->type_name("");
    own.push_back(scenarioOption);
-   CLI::Option * json = app.add_flag("--json", o.run.json,
-                                     "Print the result JSON of both switches and nothing else");
+   CLI::Option * json =
+      app.add_flag("--json", o.run.json, "Print the result JSON of both switches and nothing else");
    CLI::Option * reportFormat =
       app.add_option("--report", o.reportFormat,
                      "table (default): tables for people; json: every compared value with its "
@@ -154,10 +154,9 @@ int main(int argc, char ** argv) {
       app.add_flag("--summary", o.run.summary,
                    "Show each collection as one line per scope instead of one row per member")
          ->excludes(json);
-   CLI::Option * eachStep =
-      app.add_flag("--each-step", o.run.eachStep,
-                   "Show the tables after the start and after every step")
-         ->excludes(json);
+   CLI::Option * eachStep = app.add_flag("--each-step", o.run.eachStep,
+                                         "Show the tables after the start and after every step")
+                               ->excludes(json);
    CLI::Option * changes =
       app.add_flag("--changes", o.run.changes,
                    "After every step, show only the rows that the step changed (new, changed, "

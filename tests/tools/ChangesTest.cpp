@@ -53,18 +53,19 @@ TEST(ChangesTest, TableMarksEachRowAndWhoHoldsIt) {
    provisional.provisionalIn = "A";
    const std::string table = MlagTool::changesTable(
       MlagTool::changes({value("x", "1", "1")}, {provisional}), {"A", "B"}, false);
-   EXPECT_EQ(table,
-             "change   plugin  parameter   interface       A  B     status     seen by\n"
-             "-------  ------  ----------  --------------  -  ----  ---------  --------------------\n"
-             "cleared  lacp    x           -               1  1     -          A, B\n"
-             "new      lacp    mtu mlag10  Port-Channel10  -  9000  only on B  A (provisional on A)\n");
+   EXPECT_EQ(
+      table,
+      "change   plugin  parameter   interface       A  B     status     seen by\n"
+      "-------  ------  ----------  --------------  -  ----  ---------  --------------------\n"
+      "cleared  lacp    x           -               1  1     -          A, B\n"
+      "new      lacp    mtu mlag10  Port-Channel10  -  9000  only on B  A (provisional on A)\n");
 }
 
 // Every step's changes worked out twice: from the whole results before and
 // after the step, and from the entries the step touched. Returns how many
 // rows changed, and how many of them are provisional.
 std::pair< std::size_t, std::size_t > expectTouchedEqualsWhole(const MlagSim::Scenario & scenario,
-                                                                const std::string & what) {
+                                                               const std::string & what) {
    const std::vector< MlagTool::CatalogEntry > catalog = MlagTool::catalog(scenario);
    MlagSim::Pair pair(scenario);
    pair.start();
@@ -94,7 +95,8 @@ TEST(ChangesTest, TouchedEntriesGiveTheChangesOfTheWholeResults) {
    std::size_t rows = 0, provisional = 0;
    for (std::uint64_t seed = 1; seed <= 40; ++seed) {
       MlagSim::SeededEntropy entropy(seed);
-      const MlagSim::RandomLimits limits{.steps = 25, .mlagFlap = seed % 3 == 0, .wide = seed % 4 == 0};
+      const MlagSim::RandomLimits limits{
+         .steps = 25, .mlagFlap = seed % 3 == 0, .wide = seed % 4 == 0};
       const MlagSim::Scenario scenario = MlagSim::parseScenario(
          MlagSim::randomScenarioJson(entropy, limits).dump(), "seed-" + std::to_string(seed));
       const auto [r, p] = expectTouchedEqualsWhole(scenario, "seed " + std::to_string(seed));

@@ -326,8 +326,7 @@ TEST_F(CliTest, WhatComesBeforeASubcommandIsRefusedNotDropped) {
 
 TEST_F(CliTest, AnEmptyPathIsAnErrorNotTheDefault) {
    const std::string scenario = file("small.json", smallScenario).string();
-   for (const auto & [args, message] :
-        std::vector< std::pair< std::string, std::string > >{
+   for (const auto & [args, message] : std::vector< std::pair< std::string, std::string > >{
            {"''", "the scenario path is empty"},
            {"catalog ''", "the scenario path is empty"},
            {"--ringlog '' " + scenario, "--ringlog path is empty"}}) {
@@ -358,8 +357,9 @@ TEST_F(CliTest, ARinglogThatFailsAtExitLeavesTheVerdictAlone) {
    ToolRun r = run("--ringlog /dev/full " + scenario);
    EXPECT_EQ(r.status, 1); // the mismatches found, as without the ring log
    EXPECT_EQ(r.out, run(scenario).out);
-   EXPECT_EQ(r.err, "mlag-config-check: cannot write the ring log to /dev/full: No space left on "
-                    "device\n");
+   EXPECT_EQ(r.err,
+             "mlag-config-check: cannot write the ring log to /dev/full: No space left on "
+             "device\n");
 }
 
 TEST_F(CliTest, UsageErrorsAreOneLineNamedAfterTheTool) {

@@ -139,7 +139,8 @@ class ResultWatch::DirWatch : public ConfigPluginDir::NotifieeConst {
       Kiv::Ptr< ConfigGlobalDiff > e = dir().configGlobalDiff(Kiv::Name(name));
       if (e) out[name.stdString()] = globalEntryJson(e->groupId(), e->localVal(), e->peerVal());
    }
-   void entryBefore(const Kiv::String & param, const Kiv::String & key, nlohmann::json & out) const {
+   void entryBefore(const Kiv::String & param, const Kiv::String & key,
+                    nlohmann::json & out) const {
       auto table = tables_.find(param);
       if (table == tables_.end()) return;
       auto it = table->second.entries.find(key);
@@ -176,7 +177,7 @@ class ResultWatch::DirWatch : public ConfigPluginDir::NotifieeConst {
    void syncEntry(const Kiv::String & param, const Kiv::String & key) {
       TableWatch * table = syncTable(param);
       if (!table) return;
-      Kiv::Ptr< ConfigIntfDiff > e = notifierTable(*table)->configIntfDiff(Kiv::Name(key));
+      Kiv::Ptr< ConfigIntfDiff > e = table->notifier()->configIntfDiff(Kiv::Name(key));
       if (!e) {
          table->entries.erase(key);
       } else {
@@ -188,7 +189,6 @@ class ResultWatch::DirWatch : public ConfigPluginDir::NotifieeConst {
 
  private:
    const ConfigPluginDir & dir() const { return *notifier(); }
-   static const ConfigIntfDir * notifierTable(const TableWatch & t) { return t.notifier().get(); }
    TableWatch & tableFollowing(const Kiv::String & param, const Kiv::Ptr< ConfigIntfDir > & table) {
       TableWatch & w = tables_.try_emplace(param, touched, param).first->second;
       w.notifierIs(table);
@@ -199,7 +199,8 @@ class ResultWatch::DirWatch : public ConfigPluginDir::NotifieeConst {
    std::unordered_map< Kiv::String, TableWatch > tables_;
 };
 
-ResultWatch::ResultWatch(const Pair & pair) : pair_(pair), plugins_(pair.pluginNames()) {
+ResultWatch::ResultWatch(const Pair & pair)
+      : switchNames_{pair.switchName(0), pair.switchName(1)}, plugins_(pair.pluginNames()) {
    for (std::size_t sw = 0; sw < 2; ++sw) {
       for (const std::string & plugin : plugins_) {
          dirs_.push_back(std::make_unique< DirWatch >(pair.resultsDir(sw, plugin)));
@@ -219,7 +220,7 @@ ResultWatch::Delta ResultWatch::delta() {
                                {"interface", nlohmann::json::object()}};
          }
          (*side)["switches"].push_back(
-            {{"name", pair_.switchName(sw)}, {"plugins", std::move(plugins)}});
+            {{"name", switchNames_[sw]}, {"plugins", std::move(plugins)}});
       }
    }
    for (std::size_t k = 0; k < plugins_.size(); ++k) {
@@ -234,7 +235,8 @@ ResultWatch::Delta ResultWatch::delta() {
       }
       for (const Kiv::String & param : tables) {
          for (DirWatch * w : watches) {
-            w->eachKey(param, [&](const Kiv::String & key) { rows.emplace(param, rowInterface(key)); });
+            w->eachKey(param,
+                       [&](const Kiv::String & key) { rows.emplace(param, rowInterface(key)); });
          }
       }
       for (std::size_t sw = 0; sw < 2; ++sw) {

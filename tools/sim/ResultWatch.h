@@ -16,7 +16,8 @@
 // as a row of the same parameter and interface on either switch (its own key
 // and the provisional "Peer" key), so that rows compared across the
 // switches see all their candidates. Holds counted references to what it
-// watches, and nothing once destroyed; the pair must outlive it.
+// watches until it is destroyed: a pair whose teardown must leave nothing
+// alive goes after its watch.
 #pragma once
 
 #include <cstddef>
@@ -31,7 +32,7 @@ namespace MlagSim {
 
 class ResultWatch {
  public:
-   // Takes the current entries as the starting point. REQUIRES: `pair` is quiet.
+   // Takes the entries as they stand as the starting point.
    explicit ResultWatch(const Pair & pair);
    ~ResultWatch();
    ResultWatch(const ResultWatch &) = delete;
@@ -42,13 +43,13 @@ class ResultWatch {
       nlohmann::json after;  // the same entries now; an entry gone is absent
    };
    // The entries touched since the previous look (or construction); both
-   // empty of entries when nothing was touched. REQUIRES: the pair is quiet.
+   // empty of entries when nothing was touched.
    Delta delta();
 
  private:
    class DirWatch; // one switch's directory of one plugin
 
-   const Pair & pair_;
+   std::string switchNames_[2];
    std::vector< std::string > plugins_;
    std::vector< std::unique_ptr< DirWatch > > dirs_; // [switch * plugins + plugin]
 };

@@ -69,10 +69,11 @@ bool writeFile(const std::string & path, const std::string & text) {
 } // namespace
 
 int main(int argc, char ** argv) {
-   CLI::App app{"Runs seeded random MLAG pair simulations under fault modes and checks the soak "
-                "invariants after every step.\nExit status: 0 no failure, 1 a failure, 2 usage "
-                "error.",
-                toolName};
+   CLI::App app{
+      "Runs seeded random MLAG pair simulations under fault modes and checks the soak "
+      "invariants after every step.\nExit status: 0 no failure, 1 a failure, 2 usage "
+      "error.",
+      toolName};
    std::uint64_t seeds = 100, firstSeed = 1, seed = 0;
    std::size_t steps = 20;
    std::string mode = "all";
@@ -87,11 +88,12 @@ int main(int argc, char ** argv) {
    bool wide = false;
    app.add_flag("--wide", wide, "Wide nested collections under every mode");
    std::string scenarioFile;
-   CLI::Option * write = app.add_option("--write-scenario", scenarioFile,
-                  "With --seed: write the seed's scenario (under the first mode) to FILE, for "
-                  "mlag-config-check")
-      ->option_text("FILE")
-      ->needs(one);
+   CLI::Option * write =
+      app.add_option("--write-scenario", scenarioFile,
+                     "With --seed: write the seed's scenario (under the first mode) to FILE, for "
+                     "mlag-config-check")
+         ->option_text("FILE")
+         ->needs(one);
    std::vector< std::string > modeNames = {"all"};
    for (MlagSim::FaultMode m : MlagSim::allFaultModes()) modeNames.push_back(faultModeName(m));
    app.add_option("--mode", mode, "A fault mode, or all (default)")
@@ -147,8 +149,8 @@ int main(int argc, char ** argv) {
    }
    const double seconds =
       std::chrono::duration< double >(std::chrono::steady_clock::now() - start).count();
-   std::cout << seeds << " seeds x " << modes.size() << " modes, " << steps
-             << " steps each (" << stepsRun << " steps run): " << failures << " failures in "
+   std::cout << seeds << " seeds x " << modes.size() << " modes, " << steps << " steps each ("
+             << stepsRun << " steps run): " << failures << " failures in "
              << static_cast< int >(seconds) << " s" << std::endl;
    return failures == 0 ? 0 : 1;
 }
