@@ -4,15 +4,13 @@
 #include <string>
 #include <unistd.h>
 
-#include <nlohmann/json.hpp>
-
 namespace Bench {
 
 std::string intfName(int i) { return "Port-Channel" + std::to_string(i + 1); }
 
 std::string paramAttr(int p) { return "param" + std::to_string(p); }
 
-MlagSim::Scenario pairScenario(int interfaces, int params) {
+nlohmann::json pairScenarioJson(int interfaces, int params) {
    nlohmann::json desc;
    nlohmann::json nested;
    nested["mlagInterfacesOnly"] = true;
@@ -37,7 +35,11 @@ MlagSim::Scenario pairScenario(int interfaces, int params) {
       s["config"]["bench"] = config;
       scenario["switches"].push_back(s);
    }
-   return MlagSim::parseScenario(scenario.dump(), "bench.json");
+   return scenario;
+}
+
+MlagSim::Scenario pairScenario(int interfaces, int params) {
+   return MlagSim::parseScenario(pairScenarioJson(interfaces, params).dump(), "bench.json");
 }
 
 std::size_t residentBytes() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "Scenario.h"
@@ -12,6 +13,8 @@ namespace Bench {
 
 inline constexpr int globalParams = 32;
 
+// The scenario file's JSON, with no steps, and the scenario read from it.
+nlohmann::json pairScenarioJson(int interfaces, int params);
 MlagSim::Scenario pairScenario(int interfaces, int params);
 std::string intfName(int i);
 std::string paramAttr(int p);

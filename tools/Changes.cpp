@@ -1,6 +1,7 @@
 #include "Changes.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <tuple>
 
@@ -85,6 +86,14 @@ std::vector< Change > changes(const std::vector< ComparedValue > & before,
    }
    std::stable_sort(out.begin(), out.end(), [](const Change & a, const Change & b) {
       return orderedBefore(a.value, b.value);
+   });
+   return out;
+}
+
+std::vector< Change > mismatchesOnly(const std::vector< Change > & changes) {
+   std::vector< Change > out;
+   std::copy_if(changes.begin(), changes.end(), std::back_inserter(out), [](const Change & c) {
+      return c.kind != ChangeKind::cleared && c.value.row.status != Status::agree;
    });
    return out;
 }

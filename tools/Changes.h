@@ -32,6 +32,10 @@ struct Change {
 std::vector< Change > changes(const std::vector< ComparedValue > & before,
                               const std::vector< ComparedValue > & after);
 
+// The new and changed rows whose verdict after the step is a mismatch; a
+// cleared row has no verdict and is left out.
+std::vector< Change > mismatchesOnly(const std::vector< Change > & changes);
+
 // A table with a change column first; "no changes" when the list is empty.
 std::string changesTable(const std::vector< Change > & changes, const SwitchNames & names,
                          bool colour);

@@ -10,19 +10,20 @@
 // Exit status: 0 all parameters agree, 1 at least one mismatch, 2 usage error
 // or bad input.
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include "Catalog.h"
-#include "Changes.h"
-#include "Comparison.h"
-#include "Pair.h"
-#include "Report.h"
 #include "Scenario.h"
+#include "ScenarioRun.h"
 #include "trace/Handle.h"
 #include "trace/RingLog.h"
 
@@ -33,12 +34,8 @@ constexpr int exitUsage = 2;
 
 struct Options {
    std::string scenario;
-   bool json = false;
+   MlagTool::RunOptions run;
    std::string reportFormat = "table";
-   bool mismatches = false;
-   bool summary = false;
-   bool eachStep = false;
-   bool changes = false;
    int trace = -1;
    std::string ringlog;
 };
@@ -47,6 +44,13 @@ struct CatalogOptions {
    std::string scenario;
    bool json = false;
 };
+
+// A usage error or bad input: one line, named after the tool.
+int usageError(const std::string & message) {
+   std::cout.flush();
+   std::cerr << toolName << ": " << message << '\n';
+   return exitUsage;
+}
 
 // Next to a build tree's tools/ directory first, so a moved source tree still
 // finds its own examples; then the source tree this binary was built from.
@@ -62,44 +66,10 @@ std::string defaultScenario() {
 
 bool colourWanted() { return std::getenv("NO_COLOR") == nullptr && isatty(STDOUT_FILENO) == 1; }
 
+// Empty only when no scenario was given (an empty path given is refused
+// before this).
 std::string scenarioPath(const std::string & given) {
    return given.empty() ? defaultScenario() : given;
-}
-
-int run(const Options & o) {
-   MlagSim::Scenario scenario = MlagSim::loadScenario(scenarioPath(o.scenario));
-   const std::vector< MlagTool::CatalogEntry > catalog = MlagTool::catalog(scenario);
-   MlagSim::Pair pair(scenario);
-   const MlagTool::ReportOptions reportOptions{o.mismatches, colourWanted(), o.summary};
-   auto table = [&](const nlohmann::json & result) {
-      return MlagTool::report(result, reportOptions, catalog);
-   };
-
-   pair.start();
-   nlohmann::json result = pair.resultJson();
-   if (o.eachStep || o.changes) std::cout << "== after start ==\n" << table(result);
-   for (std::size_t i = 0; i < pair.stepCount(); ++i) {
-      pair.applyStep(i);
-      nlohmann::json next = pair.resultJson();
-      if (o.eachStep || o.changes) std::cout << "\n== " << scenario.steps[i].describe() << " ==\n";
-      if (o.eachStep) std::cout << table(next);
-      if (o.changes) {
-         std::cout << MlagTool::changesTable(
-            MlagTool::changes(MlagTool::comparedValues(result, catalog),
-                              MlagTool::comparedValues(next, catalog)),
-            MlagTool::switchNames(next), reportOptions.colour);
-      }
-      result = std::move(next);
-   }
-
-   if (o.json) {
-      std::cout << result.dump(2) << '\n';
-   } else if (o.reportFormat == "json") {
-      std::cout << MlagTool::reportJson(result, catalog, o.mismatches).dump(2) << '\n';
-   } else if (!o.eachStep && !o.changes) {
-      std::cout << table(result);
-   }
-   return MlagTool::hasMismatch(result, catalog) ? 1 : 0;
 }
 
 int runCatalog(const CatalogOptions & o) {
@@ -113,15 +83,41 @@ int runCatalog(const CatalogOptions & o) {
    return 0;
 }
 
-// A failure to write the ring log changes the exit status to 2 only when the
-// run itself succeeded: the run's own error comes first.
-int writeRinglog(const std::string & path, int status) {
-   std::ofstream out(path);
-   for (const std::string & line : Kiv::Trace::ringlog().decode()) out << line << '\n';
-   out.close();
-   if (out) return status;
-   std::cerr << toolName << ": cannot write the ring log to " << path << '\n';
-   return status == exitUsage ? status : exitUsage;
+struct Close {
+   void operator()(std::FILE * f) const { std::fclose(f); }
+};
+using File = std::unique_ptr< std::FILE, Close >;
+
+// Written at exit. A failure here is reported but leaves the run's status
+// alone: the tables are out already, and their verdict stands.
+void writeRinglog(File file, const std::string & path) {
+   const std::vector< std::string > lines = Kiv::Trace::ringlog().decode();
+   std::FILE * f = file.release();
+   errno = 0;
+   for (const std::string & line : lines) {
+      std::fputs(line.c_str(), f);
+      std::fputc('\n', f);
+   }
+   // A full disk shows at the latest when the buffer is flushed.
+   bool written = std::fflush(f) == 0 && std::ferror(f) == 0;
+   int error = errno;
+   if (std::fclose(f) != 0) {
+      written = false;
+      if (error == 0) error = errno;
+   }
+   if (written) return;
+   std::cout.flush();
+   std::cerr << toolName << ": cannot write the ring log to " << path << ": "
+             << (error != 0 ? std::strerror(error) : "write error") << '\n';
+}
+
+// CLI11 words its own messages; they become the tool's one line.
+std::string oneLine(std::string text) {
+   while (!text.empty() && text.back() == '\n') text.pop_back();
+   for (char & c : text) {
+      if (c == '\n') c = ' ';
+   }
+   return text;
 }
 
 } // namespace
@@ -133,11 +129,15 @@ int main(int argc, char ** argv) {
       "Exit status: 0 all agree, 1 at least one mismatch, 2 usage error or bad input.",
       toolName};
    Options o;
-   app.add_option("SCENARIO", o.scenario,
-                  "Scenario file (JSON); default: the shipped examples/default.json")
-      ->type_name("");
+   // The main command's own options; none of them applies to a subcommand.
+   std::vector< CLI::Option * > own;
+   CLI::Option * scenarioOption =
+      app.add_option("SCENARIO", o.scenario,
+                     "Scenario file (JSON); default: the shipped examples/default.json")
+         ->type_name("");
+   own.push_back(scenarioOption);
    CLI::Option * json =
-      app.add_flag("--json", o.json, "Print the result JSON of both switches and nothing else");
+      app.add_flag("--json", o.run.json, "Print the result JSON of both switches and nothing else");
    CLI::Option * reportFormat =
       app.add_option("--report", o.reportFormat,
                      "table (default): tables for people; json: every compared value with its "
@@ -145,35 +145,46 @@ int main(int argc, char ** argv) {
          ->option_text("FORMAT")
          ->check(CLI::IsMember({"table", "json"}))
          ->excludes(json);
-   app.add_flag("--mismatches", o.mismatches, "Show only the rows that do not agree")
-      ->excludes(json);
-   app.add_flag("--summary", o.summary,
-                "Show each collection as one line per scope instead of one row per member")
-      ->excludes(json);
-   CLI::Option * eachStep =
-      app.add_flag("--each-step", o.eachStep, "Show the tables after the start and after every step")
+   CLI::Option * mismatches =
+      app.add_flag("--mismatches", o.run.mismatches,
+                   "Show only the rows that do not agree (with --changes: the changed rows "
+                   "that do not agree)")
          ->excludes(json);
+   CLI::Option * summary =
+      app.add_flag("--summary", o.run.summary,
+                   "Show each collection as one line per scope instead of one row per member")
+         ->excludes(json);
+   CLI::Option * eachStep = app.add_flag("--each-step", o.run.eachStep,
+                                         "Show the tables after the start and after every step")
+                               ->excludes(json);
    CLI::Option * changes =
-      app.add_flag("--changes", o.changes,
+      app.add_flag("--changes", o.run.changes,
                    "After every step, show only the rows that the step changed (new, changed, "
                    "cleared)")
          ->excludes(json)
          ->excludes(eachStep);
-   // The JSON report is the whole output, like --json.
-   reportFormat->excludes(eachStep)->excludes(changes);
-   app.add_option("--trace", o.trace,
-                  "Write the checker's trace lines up to LEVEL (0-9) to standard error")
-      ->option_text("LEVEL")
-      ->check(CLI::Range(0, 9));
-   app.add_option("--ringlog", o.ringlog, "At exit, write the decoded trace ring buffer to FILE")
-      ->option_text("FILE");
+   // The JSON report is the whole output, like --json; it has no set lines
+   // to summarise.
+   reportFormat->excludes(eachStep)->excludes(changes)->excludes(summary);
+   CLI::Option * trace =
+      app.add_option("--trace", o.trace,
+                     "Write the checker's trace lines up to LEVEL (0-9) to standard error")
+         ->option_text("LEVEL")
+         ->check(CLI::Range(0, 9));
+   CLI::Option * ringlog =
+      app.add_option("--ringlog", o.ringlog, "At exit, write the decoded trace ring buffer to FILE")
+         ->option_text("FILE");
+   own.insert(own.end(),
+              {json, reportFormat, mismatches, summary, eachStep, changes, trace, ringlog});
 
    CatalogOptions c;
    CLI::App * catalog = app.add_subcommand(
       "catalog", "List every parameter each plugin checks, from the scenario's descriptors");
-   catalog->add_option("SCENARIO", c.scenario,
-                       "Scenario file (JSON); default: the shipped examples/default.json")
-      ->type_name("");
+   CLI::Option * catalogScenario =
+      catalog
+         ->add_option("SCENARIO", c.scenario,
+                      "Scenario file (JSON); default: the shipped examples/default.json")
+         ->type_name("");
    catalog->add_flag("--json", c.json, "Print the catalog as JSON");
    app.set_version_flag("--version", MLAG_VERSION);
 
@@ -181,18 +192,52 @@ int main(int argc, char ** argv) {
       app.parse(argc, argv);
    } catch (const CLI::ParseError & e) {
       // --help and --version arrive here too, with exit code 0.
-      return app.exit(e) == 0 ? 0 : exitUsage;
+      if (e.get_exit_code() == 0) return app.exit(e);
+      return usageError(oneLine(e.what()));
+   }
+
+   if (catalog->parsed()) {
+      // What comes before the subcommand belongs to the main command.
+      for (const CLI::Option * option : own) {
+         if (option->count() == 0) continue;
+         if (option == scenarioOption) {
+            return usageError("the scenario " + o.scenario + " comes before catalog; write: " +
+                              toolName + " catalog " + o.scenario);
+         }
+         return usageError(option->get_name() + " does not apply to catalog");
+      }
+   }
+   for (const CLI::Option * path : {scenarioOption, catalogScenario, ringlog}) {
+      if (path->count() > 0 && path->as< std::string >().empty()) {
+         return usageError(std::string(path == ringlog ? "--ringlog" : "the scenario") +
+                           " path is empty");
+      }
+   }
+   o.run.reportJson = o.reportFormat == "json";
+   o.run.colour = colourWanted();
+
+   // Opened before anything runs, so that a path that cannot be written is
+   // a usage error up front.
+   File ringlogFile;
+   if (!o.ringlog.empty()) {
+      ringlogFile.reset(std::fopen(o.ringlog.c_str(), "w"));
+      if (!ringlogFile) {
+         return usageError("cannot write the ring log to " + o.ringlog + ": " +
+                           std::strerror(errno));
+      }
    }
 
    if (o.trace >= 0) Kiv::Trace::handle("MlagConfigCheck").levelsUpToIs(o.trace);
    int status = exitUsage;
    try {
-      status = catalog->parsed() ? runCatalog(c) : run(o);
+      status = catalog->parsed()
+                  ? runCatalog(c)
+                  : MlagTool::runScenario(MlagSim::loadScenario(scenarioPath(o.scenario)), o.run,
+                                          std::cout);
    } catch (const std::exception & e) {
       // A ScenarioError's text already names the file and the location.
-      std::cout.flush();
-      std::cerr << toolName << ": " << e.what() << '\n';
+      status = usageError(e.what());
    }
-   if (!o.ringlog.empty()) status = writeRinglog(o.ringlog, status);
+   if (ringlogFile) writeRinglog(std::move(ringlogFile), o.ringlog);
    return status;
 }

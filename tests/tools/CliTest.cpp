@@ -311,4 +311,111 @@ TEST_F(CliTest, SoakToolRunsSeedsAndWritesAReplayableScenario) {
    EXPECT_EQ(run("--write-scenario x.json", MLAG_SIM_SOAK).status, 2);
 }
 
+TEST_F(CliTest, WhatComesBeforeASubcommandIsRefusedNotDropped) {
+   const std::string scenario = file("small.json", smallScenario).string();
+   ToolRun before = run(scenario + " catalog");
+   EXPECT_EQ(before.status, 2);
+   EXPECT_EQ(before.out, "");
+   EXPECT_EQ(before.err, "mlag-config-check: the scenario " + scenario +
+                            " comes before catalog; write: mlag-config-check catalog " + scenario +
+                            "\n");
+   ToolRun option = run("--mismatches catalog " + scenario);
+   EXPECT_EQ(option.status, 2);
+   EXPECT_EQ(option.err, "mlag-config-check: --mismatches does not apply to catalog\n");
+}
+
+TEST_F(CliTest, AnEmptyPathIsAnErrorNotTheDefault) {
+   const std::string scenario = file("small.json", smallScenario).string();
+   for (const auto & [args, message] : std::vector< std::pair< std::string, std::string > >{
+           {"''", "the scenario path is empty"},
+           {"catalog ''", "the scenario path is empty"},
+           {"--ringlog '' " + scenario, "--ringlog path is empty"}}) {
+      ToolRun r = run(args);
+      EXPECT_EQ(r.status, 2) << args;
+      EXPECT_EQ(r.out, "") << args;
+      EXPECT_EQ(r.err, "mlag-config-check: " + message + "\n") << args;
+   }
+}
+
+TEST_F(CliTest, ARinglogThatCannotBeOpenedStopsTheRunBeforeAnyTable) {
+   const std::string scenario = file("small.json", smallScenario).string();
+   for (const auto & [path, reason] : std::vector< std::pair< fs::path, std::string > >{
+           {dir_ / "no/such/dir", "No such file or directory"},
+           {dir_, "Is a directory"},
+           {fs::path(scenario) / "ring", "Not a directory"}}) {
+      ToolRun r = run("--ringlog '" + path.string() + "' " + scenario);
+      EXPECT_EQ(r.status, 2) << path;
+      EXPECT_EQ(r.out, "") << path;
+      EXPECT_EQ(r.err, "mlag-config-check: cannot write the ring log to " + path.string() + ": " +
+                          reason + "\n");
+   }
+}
+
+TEST_F(CliTest, ARinglogThatFailsAtExitLeavesTheVerdictAlone) {
+   if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+   const std::string scenario = file("small.json", smallScenario).string();
+   ToolRun r = run("--ringlog /dev/full " + scenario);
+   EXPECT_EQ(r.status, 1); // the mismatches found, as without the ring log
+   EXPECT_EQ(r.out, run(scenario).out);
+   EXPECT_EQ(r.err,
+             "mlag-config-check: cannot write the ring log to /dev/full: No space left on "
+             "device\n");
+}
+
+TEST_F(CliTest, UsageErrorsAreOneLineNamedAfterTheTool) {
+   const std::string scenario = file("small.json", smallScenario).string();
+   for (const auto & [args, message] : std::vector< std::pair< std::string, std::string > >{
+           {"--bogus " + scenario, "The following argument was not expected: --bogus"},
+           {"--report json --summary " + scenario, "--report excludes --summary"},
+           {"--changes --each-step " + scenario, "--each-step excludes --changes"}}) {
+      ToolRun r = run(args);
+      EXPECT_EQ(r.status, 2) << args;
+      EXPECT_EQ(r.err, "mlag-config-check: " + message + "\n") << args;
+   }
+   ToolRun soak = run("--mode sometimes", MLAG_SIM_SOAK);
+   EXPECT_EQ(soak.status, 2);
+   EXPECT_EQ(soak.err.rfind("mlag-sim-soak: --mode: ", 0), 0u) << soak.err;
+   EXPECT_EQ(soak.err.find('\n'), soak.err.size() - 1) << soak.err;
+}
+
+TEST_F(CliTest, ChangesWithMismatchesShowOnlyChangedRowsThatDoNotAgree) {
+   nlohmann::json scenario = nlohmann::json::parse(smallScenario);
+   scenario["steps"].push_back(
+      {{"switch", "A"}, {"plugin", "lacp"}, {"path", {"systemPriority"}}, {"set", 7}});
+   ToolRun r = run("--changes --mismatches " + file("two.json", scenario.dump()).string());
+   EXPECT_EQ(r.status, 1);
+   // The first step brings the priorities together: a change, but no mismatch.
+   const std::string steps = r.out.substr(r.out.find("\n== A: set lacp systemPriority = 100"));
+   EXPECT_EQ(steps,
+             "\n== A: set lacp systemPriority = 100 ==\n"
+             "no changes to mismatches\n"
+             "\n== A: set lacp systemPriority = 7 ==\n"
+             "change   plugin  parameter             interface  A  B    status  seen by\n"
+             "-------  ------  --------------------  ---------  -  ---  ------  -------\n"
+             "changed  lacp    LACP system priority  -          7  100  differ  A, B\n");
+}
+
+TEST_F(CliTest, SoakSeedsOutOfRangeAreRefused) {
+   for (const auto & [args, message] : std::vector< std::pair< std::string, std::string > >{
+           {"--seed -1", "--seed: not a whole number from 0 to 2^64 - 1: -1"},
+           {"--seed x", "--seed: not a whole number from 0 to 2^64 - 1: x"},
+           {"--first-seed 0x10", "--first-seed: not a whole number from 0 to 2^64 - 1: 0x10"},
+           {"--seed 18446744073709551616",
+            "--seed: not a whole number from 0 to 2^64 - 1: 18446744073709551616"},
+           {"--seeds 0", "--seeds must be at least 1"},
+           {"--first-seed 18446744073709551615 --seeds 2",
+            "--first-seed 18446744073709551615 with --seeds 2 runs past the last seed, 2^64 - 1"},
+           {"--seed 1 --write-scenario ''", "--write-scenario path is empty"},
+           {"--seed 1 --write-scenario " + dir_.string(),
+            "cannot write the scenario to " + dir_.string() + ": Is a directory"}}) {
+      ToolRun r = run(args + " --mode none --steps 2", MLAG_SIM_SOAK);
+      EXPECT_EQ(r.status, 2) << args;
+      EXPECT_EQ(r.out, "") << args;
+      EXPECT_EQ(r.err, "mlag-sim-soak: " + message + "\n") << args;
+   }
+   // The last seed is a seed like any other.
+   ToolRun last = run("--seed 18446744073709551615 --mode none --steps 2", MLAG_SIM_SOAK);
+   EXPECT_EQ(last.status, 0) << last.err;
+}
+
 } // namespace

@@ -252,6 +252,12 @@ nlohmann::json Pair::resultJson() const {
    return {{"switches", std::move(switches)}};
 }
 
+std::vector< std::string > Pair::pluginNames() const {
+   std::vector< std::string > names;
+   for (const Plugin & p : switches_[0].plugins) names.push_back(p.name);
+   return names;
+}
+
 const Pair::Plugin & Pair::plugin(std::size_t sw, const std::string & name) const {
    for (const Plugin & p : switches_.at(sw).plugins) {
       if (p.name == name) return p;

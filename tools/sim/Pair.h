@@ -78,6 +78,10 @@ class Pair {
    // default 10'000'000.
    void firingLimitIs(std::uint64_t firings) { firingLimit_ = firings; }
 
+   const std::string & switchName(std::size_t sw) const { return switches_.at(sw).name; }
+   // The declared plugins, in byte order of name.
+   std::vector< std::string > pluginNames() const;
+
    // The objects behind the result; `sw` is 0 or 1, `plugin` a declared
    // plugin (otherwise std::out_of_range).
    Mlag::ConfigCheck::ConfigPluginDir & resultsDir(std::size_t sw,

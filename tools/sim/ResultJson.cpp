@@ -13,22 +13,29 @@ std::string text(const Kiv::String & s) { return s.stdString(); }
 
 } // namespace
 
+nlohmann::json globalEntryJson(const Kiv::String & groupId, const Kiv::String & local,
+                               const Kiv::String & peer) {
+   return {{"groupId", text(groupId)}, {"local", text(local)}, {"peer", text(peer)}};
+}
+
+nlohmann::json intfEntryJson(const Kiv::String & defaultVal, const Kiv::String & local,
+                             const Kiv::String & peer) {
+   return {{"default", text(defaultVal)}, {"local", text(local)}, {"peer", text(peer)}};
+}
+
 nlohmann::json resultsDirJson(const Mlag::ConfigCheck::ConfigPluginDir & dir) {
    nlohmann::json global = nlohmann::json::object();
    for (auto & it : dir.configGlobalDiffMap()) {
       const auto & entry = *it.value();
-      global[text(it.key())] = {{"groupId", text(entry.groupId())},
-                                {"local", text(entry.localVal())},
-                                {"peer", text(entry.peerVal())}};
+      global[text(it.key())] = globalEntryJson(entry.groupId(), entry.localVal(), entry.peerVal());
    }
    nlohmann::json interface = nlohmann::json::object();
    for (auto & table : dir.configIntfDirMap()) {
       nlohmann::json entries = nlohmann::json::object();
       for (auto & it : table.value()->configIntfDiffMap()) {
          const auto & entry = *it.value();
-         entries[text(it.key())] = {{"default", text(entry.defaultVal())},
-                                    {"local", text(entry.localVal())},
-                                    {"peer", text(entry.peerVal())}};
+         entries[text(it.key())] =
+            intfEntryJson(entry.defaultVal(), entry.localVal(), entry.peerVal());
       }
       interface[text(table.key())] = std::move(entries);
    }

@@ -17,6 +17,12 @@ namespace MlagSim {
 //  "interface": {param: {intf: {"default", "local", "peer"}}}}
 nlohmann::json resultsDirJson(const Mlag::ConfigCheck::ConfigPluginDir & dir);
 
+// One member of "global", and one entry of an interface table, from its values.
+nlohmann::json globalEntryJson(const Kiv::String & groupId, const Kiv::String & local,
+                               const Kiv::String & peer);
+nlohmann::json intfEntryJson(const Kiv::String & defaultVal, const Kiv::String & local,
+                             const Kiv::String & peer);
+
 // {"attr": {...}, "attrCollection": [{"collection", "key", "value"}, ...] sorted by
 //  collection then key, "nestedGlobalConfig": {...}, "nestedIntfConfig": {...}, "paramName"}
 nlohmann::json recordJson(const MlagP2p::ConfigCheck::GenericConfig & record);
