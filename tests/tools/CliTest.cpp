@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -30,7 +31,9 @@ class CliTest : public ::testing::Test {
  protected:
    void SetUp() override {
       const auto * info = ::testing::UnitTest::GetInstance()->current_test_info();
-      dir_ = fs::path(::testing::TempDir()) / (std::string("cli-") + info->name());
+      // The process id keeps runs of the suite from different trees apart.
+      dir_ = fs::path(::testing::TempDir()) /
+             ("cli-" + std::string(info->name()) + "-" + std::to_string(getpid()));
       fs::create_directories(dir_);
    }
    void TearDown() override { fs::remove_all(dir_); }
