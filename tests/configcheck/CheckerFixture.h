@@ -111,6 +111,13 @@ class Traces {
       for (const auto & line : sink_.lines()) n += line.text.find(text) != std::string::npos;
       return n;
    }
+   // Whether some line ends with `text`: a check of a trace's whole tail.
+   bool endsLine(std::string_view text) const {
+      for (const auto & line : sink_.lines()) {
+         if (line.text.ends_with(text)) return true;
+      }
+      return false;
+   }
    // The position of the first line containing `text`; npos when none does.
    std::size_t indexOf(std::string_view text) const {
       const auto & lines = sink_.lines();

@@ -39,16 +39,21 @@ TEST(ConfigCheckDescTest, ChangesNotifyOnlyWhenSomethingChanges) {
    desc->attrNameNotify("mtu");
    desc->attrNameDel("speed");
    desc->attrNameIs("mode", "mode");
+   desc->attrNameIs("speed", "speed");
    EXPECT_EQ(desc->attrName("mtu"), "MTU");
+   for (auto & it : desc->attrNameMap()) {
+      if (it.key() == "speed") desc->attrNameDel(it);
+   }
+   EXPECT_EQ(desc->attrName("speed"), "");
    desc->attrNameDelAll();
    desc->nestedConfigCheckDescIs("a");
    desc->nestedConfigCheckDescIs("a");
    desc->nestedConfigCheckDescNotify("a");
    desc->nestedConfigCheckDescDelAll();
    EXPECT_FALSE(desc->nestedConfigCheckDescDel("a"));
-   EXPECT_EQ(log.calls, (std::vector< std::string >{"mtu", "!", "mtu", "!", "mode", "!", "mtu", "!",
-                                                    "mode", "!", "all", "nested a", "nested a",
-                                                    "nested a"}));
+   EXPECT_EQ(log.calls, (std::vector< std::string >{"mtu", "!", "mtu", "!", "mode", "!", "speed",
+                                                    "!", "speed", "!", "mtu", "!", "mode", "!",
+                                                    "all", "nested a", "nested a", "nested a"}));
    EXPECT_EQ(desc->attrName("mtu"), "");
    EXPECT_FALSE(desc->nestedConfigCheckDesc("a"));
 }

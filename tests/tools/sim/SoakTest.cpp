@@ -5,7 +5,6 @@
 #include <functional>
 #include <utility>
 
-#include "Entropy.h"
 #include "ExampleScenario.h"
 #include "Pair.h"
 #include "RandomScenario.h"
@@ -16,28 +15,6 @@
 namespace {
 
 using nlohmann::json;
-
-TEST(SoakTest, EntropyIsDeterministicAndBounded) {
-   MlagSim::SeededEntropy a(7), b(7), c(8);
-   bool differs = false;
-   for (int i = 0; i < 100; ++i) {
-      const std::uint64_t x = a.below(1000);
-      EXPECT_EQ(x, b.below(1000));
-      EXPECT_LT(x, 1000u);
-      differs = differs || x != c.below(1000);
-   }
-   EXPECT_TRUE(differs);
-   EXPECT_EQ(a.below(0), 0u);
-   EXPECT_EQ(a.below(1), 0u);
-
-   // One byte per choice of up to 256, two for more; zeros once used up.
-   const std::uint8_t bytes[] = {5, 1, 2, 9};
-   MlagSim::ByteEntropy e(bytes, sizeof bytes);
-   EXPECT_EQ(e.below(4), 1u);
-   EXPECT_EQ(e.below(1000), (1u * 256 + 2) % 1000);
-   EXPECT_EQ(e.below(256), 9u);
-   EXPECT_EQ(e.below(256), 0u);
-}
 
 TEST(SoakTest, GeneratedScenariosParseAndReplayDeterministically) {
    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
