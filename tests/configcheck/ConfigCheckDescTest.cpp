@@ -58,19 +58,6 @@ TEST(ConfigCheckDescTest, ChangesNotifyOnlyWhenSomethingChanges) {
    EXPECT_FALSE(desc->nestedConfigCheckDesc("a"));
 }
 
-TEST(ConfigCheckDescTest, NestedDescriptorsAreKeyedByNameAndKept) {
-   auto desc = configCheckDescFactory("lacp");
-   auto intf = desc->nestedConfigCheckDescIs("intfConfig");
-   EXPECT_EQ(desc->nestedConfigCheckDescIs("intfConfig"), intf);
-   EXPECT_EQ(intf->parent(), desc.get());
-   EXPECT_EQ(intf->fullName(), "/lacp/intfConfig");
-   intf->nameIsFromBackup("restored");
-   EXPECT_EQ(intf->name(), "restored");
-   EXPECT_EQ(desc->nestedConfigCheckDescDel("intfConfig"), intf);
-   EXPECT_EQ(intf->parent(), nullptr);
-   EXPECT_FALSE(desc->nestedConfigCheckDesc("intfConfig"));
-}
-
 // An agent that knows only the type's name creates a descriptor from its
 // name alone, and from nothing else.
 TEST(ConfigCheckDescTest, CreatedThroughTheTypeRegistryFromItsName) {
