@@ -17,6 +17,7 @@
 #include "MlagConfigCheckTrace.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/DynamicEntity.h"
+#include "kiv/Exception.h"
 #include "kiv/System.h"
 #include "mlag/MlagConfig.h"
 #include "trace/CaptureSink.h"
@@ -96,6 +97,21 @@ inline Kiv::Ptr< Mlag::Config > mlagConfig(
 }
 
 inline Kiv::PtrConst< Kiv::Clock > checkerClock() { return Kiv::activityManager()->config()->clock(); }
+
+// The constructor parameter a refused re-creation names, or what went wrong.
+template < class F >
+std::string refusedParameter(F recreate) {
+   try {
+      recreate();
+   } catch (const Kiv::NameInUseException & e) {
+      const std::string what = e.what(), head = "Reinstantiating the pointer interface where "
+                                                "constructor parameter attribute ";
+      const std::size_t end = what.find(" has a different value of ");
+      if (!what.starts_with(head) || !what.ends_with(" not allowed") || end == what.npos) return what;
+      return what.substr(head.size(), end - head.size());
+   }
+   return "accepted";
+}
 
 // Runs deferred work on virtual time until nothing is pending.
 inline void runUntilQuiet() { Kiv::activityManager()->runUntilIdle(100000); }

@@ -5,10 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "kiv/Exception.h"
-#include "kiv/GenericIf.h"
-#include "kiv/Type.h"
-
 namespace {
 
 using Mlag::ConfigCheck::ConfigCheckDesc;
@@ -56,23 +52,6 @@ TEST(ConfigCheckDescTest, ChangesNotifyOnlyWhenSomethingChanges) {
                                                     "all", "nested a", "nested a", "nested a"}));
    EXPECT_EQ(desc->attrName("mtu"), "");
    EXPECT_FALSE(desc->nestedConfigCheckDesc("a"));
-}
-
-// An agent that knows only the type's name creates a descriptor from its
-// name alone, and from nothing else.
-TEST(ConfigCheckDescTest, CreatedThroughTheTypeRegistryFromItsName) {
-   Kiv::Ptr< Kiv::KivType > type = Kiv::typeNode("Mlag::ConfigCheck::ConfigCheckDesc");
-   ASSERT_TRUE(type);
-   auto desc = Kiv::ptrCast< ConfigCheckDesc >(type->create({Kiv::Value::string("lacp")}));
-   ASSERT_TRUE(desc);
-   EXPECT_EQ(desc->name(), "lacp");
-   try {
-      type->create({Kiv::Value::string("a"), Kiv::Value::string("b")});
-      ADD_FAILURE() << "two arguments accepted";
-   } catch (const Kiv::TypeException & e) {
-      EXPECT_STREQ(e.what(), "ConfigCheckDesc takes one argument, its name");
-   }
-   EXPECT_THROW(type->create({}), Kiv::TypeException);
 }
 
 } // namespace

@@ -327,16 +327,23 @@ TEST_F(TopLevelTest, ReflectiveArgumentsAreCheckedBeforeAnythingHappens) {
    EXPECT_TRUE(top->initialized());
 }
 
-// A container is created from its name alone.
-TEST(TypeRegistrationTest, AContainerIsCreatedFromItsName) {
+// An agent that knows only a type's name creates a container or a
+// descriptor from its name alone, and from nothing else.
+TEST(TypeRegistrationTest, ContainersAndDescriptorsAreCreatedFromTheirName) {
    registerConfigCheckTypes();
+   const Args lacp = {Kiv::Value::string("lacp")}, two = {lacp[0], lacp[0]};
    Kiv::Ptr< Kiv::KivType > type = Kiv::typeNode("Mlag::ConfigCheck::SmContainer");
    ASSERT_TRUE(type);
-   auto container = Kiv::ptrCast< SmContainer >(type->create({Kiv::Value::string("lacp")}));
+   auto container = Kiv::ptrCast< SmContainer >(type->create(lacp));
    ASSERT_TRUE(container);
    EXPECT_EQ(container->name(), "lacp");
    EXPECT_FALSE(container->configCheckSm());
    EXPECT_EQ(typeError(*type, {}), "SmContainer takes 1 arguments, given 0");
+   type = Kiv::typeNode("Mlag::ConfigCheck::ConfigCheckDesc");
+   ASSERT_TRUE(type);
+   EXPECT_EQ(Kiv::ptrCast< ConfigCheckDesc >(type->create(lacp))->name(), "lacp");
+   EXPECT_EQ(typeError(*type, two), "ConfigCheckDesc takes one argument, its name");
+   EXPECT_NE(typeError(*type, {}), "");
 }
 
 } // namespace
