@@ -1,13 +1,11 @@
 // Helpers that speak the checker's domain: results entries, descriptors,
 // configurations and trace capture with the checker's handle switched on.
 // Tests run on virtual time and drive deferred work with runUntilQuiet().
-//
-//   auto desc = lacpDesc();
-//   EXPECT_EQ(localEntry(dir, "mtu mlag10", "Port-Channel10"), "9000");
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -123,16 +121,12 @@ class Traces {
    ~Traces() { traceHandle().levelsUpToIs(-1); }
    bool contains(std::string_view text) const { return sink_.contains(text); }
    std::size_t count(std::string_view text) const {
-      std::size_t n = 0;
-      for (const auto & line : sink_.lines()) n += line.text.find(text) != std::string::npos;
-      return n;
+      return std::ranges::count_if(sink_.lines(),
+                                   [&](const auto & l) { return l.text.find(text) != l.text.npos; });
    }
    // Whether some line ends with `text`: a check of a trace's whole tail.
    bool endsLine(std::string_view text) const {
-      for (const auto & line : sink_.lines()) {
-         if (line.text.ends_with(text)) return true;
-      }
-      return false;
+      return std::ranges::any_of(sink_.lines(), [&](const auto & l) { return l.text.ends_with(text); });
    }
    // The position of the first line containing `text`; npos when none does.
    std::size_t indexOf(std::string_view text) const {
