@@ -104,8 +104,6 @@ TEST_F(TopLevelTest, ConstructionClearsTheDirectoryThenStartsLocalThenPeer) {
    EXPECT_EQ(top->p2pToStatehubSm(), peerSide);
 }
 
-// Asked for with the arguments it has, each setter keeps the present object;
-// any one argument changed replaces it.
 TEST_F(TopLevelTest, AnyOneChangedArgumentReplacesAnyOtherKeeps) {
    start();
    auto clock = checkerClock();

@@ -172,7 +172,6 @@ TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
    }
 }
 
-// Watchers of a machine hear each nested entry that comes, goes or is notified.
 TEST_F(LocalSideTest, WatchersHearTheNestedMachinesComeAndGo) {
    struct Heard : StatehubToP2pSm::NotifieeConst {
       std::vector< std::string > names;
@@ -304,8 +303,6 @@ TEST_F(LocalSideTest, MachinesWithoutMlagKeepAnEmptyId) {
                 Kiv::RangeException);
 }
 
-// Asking again for a nested machine with one constructor parameter changed
-// is refused naming that parameter; the machine stays as it was.
 TEST_F(LocalSideTest, ChangedReCreationIsRefused) {
    start();
    auto existing = sm->statehubToP2pSm("Port-Channel10");

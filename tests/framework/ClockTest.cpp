@@ -89,8 +89,6 @@ TEST_F(ClockTest, ReactorsFireOneAtATimeInTheOrderInWhichTheyBecameDue) {
    EXPECT_FALSE(manager.runOnce());
 }
 
-// Arming a due reactor again at or before now keeps its place; one re-armed
-// by its own firing goes last, and a run stops at its limit.
 TEST_F(ClockTest, ReArmingKeepsADueReactorsPlaceUnlessItIsFiring) {
    Probe & a = probe("a");
    Probe & b = probe("b");

@@ -30,8 +30,7 @@ Map lettered(const char * letters) {
    return m;
 }
 
-// Order, overwrites and changes while iterating are covered by the model
-// test below.
+// Order, overwrites and changes while iterating: the model test below.
 TEST(HashMapTest, GetOrInsertMakesAValueOnlyForAnAbsentKeyAndClearStartsAfresh) {
    // Past the small-map limit, so that the index is in use too.
    Map m = lettered("abcdefghijk");
