@@ -26,16 +26,22 @@ namespace Mlag::ConfigCheck {
    void name##Del(const Kiv::String & key) {                                               \
       if (name##_.del(key)) name##Changed(key);                                            \
    }                                                                                       \
+   /* Removes the entry `it` stands on; the iterator stays usable. */                   \
+   void name##Del(Kiv::HashMap< Kiv::String, Kiv::String >::Iterator & it) {               \
+      if (!it.valid()) return;                                                             \
+      Kiv::String key = it.key();                                                          \
+      name##_.map().erase(it);                                                             \
+      name##Changed(key);                                                                  \
+   }                                                                                       \
    void name##DelAll() {                                                                   \
-      for (auto & it : name##_.map()) {                                                    \
-         Kiv::String key = it.key();                                                       \
-         name##_.map().erase(it);                                                          \
-         name##Changed(key);                                                               \
-      }                                                                                    \
+      for (auto & it : name##_.map()) name##Del(it);                                       \
       KIV_NOTIFY_ON(on##Name());                                                           \
    }                                                                                       \
    void name##Notify(const Kiv::String & key) { name##Changed(key); }                      \
    const Kiv::HashMap< Kiv::String, Kiv::String > & name##Map() const noexcept {           \
+      return name##_.map();                                                                \
+   }                                                                                       \
+   Kiv::HashMap< Kiv::String, Kiv::String > & name##Map() noexcept {                       \
       return name##_.map();                                                                \
    }                                                                                       \
                                                                                            \

@@ -15,19 +15,31 @@ constexpr char updateUtilSignature[] =
    "void Mlag::ConfigCheck::updateConfigCheckDbUtil(const Ptr&, const Ptr&, const PtrConst&, "
    "Kiv::String, const Ptr&, const Ptr&, Kiv::String, bool)";
 
-void recordLocal(const Kiv::Ptr< ConfigCheckDesc > & desc,
-                 const Kiv::Ptr< ConfigPluginDir > & pluginDir, const Porta::IntfId & intfId,
-                 const Kiv::String & paramName, const Kiv::String & name,
-                 const Kiv::String & value, const Kiv::String & defaultValue) {
+} // namespace
+
+void fileLocalValue(const ConfigCheckDesc & desc, const Kiv::Ptr< ConfigPluginDir > & pluginDir,
+                    const Porta::IntfId & intfId, const Kiv::String & paramName,
+                    const Kiv::String & name, const Kiv::String & value,
+                    const Kiv::String & defaultValue) {
+   if (paramName.empty()) return;
    if (intfId) {
       doInsertLocalIntfParam(pluginDir, paramName, name, value, defaultValue,
-                             desc->absenceImpliesDefaultVal());
+                             desc.absenceImpliesDefaultVal());
    } else {
       doInsertLocalParam(pluginDir, paramName, name, value);
    }
 }
 
-} // namespace
+void filePeerValue(const Kiv::Ptr< ConfigPluginDir > & pluginDir, const Porta::IntfId & intfId,
+                   const Kiv::String & paramName, const Kiv::String & owner,
+                   const Kiv::String & peerVal) {
+   if (paramName.empty()) return;
+   if (intfId) {
+      doInsertPeerIntfParam(pluginDir, paramName, owner, peerVal);
+   } else {
+      doInsertPeerParam(pluginDir, paramName, owner, peerVal);
+   }
+}
 
 Kiv::String mlagIdOf(const Kiv::PtrConst< Mlag::Config > & mlagConfig,
                      const Porta::IntfId & intfId) {
@@ -77,7 +89,7 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
                        " for attribute ", attr);
       }
       MLAG_TRACE_FN(9, updateUtilSignature, "Updating ", paramName, " with local val ", value);
-      recordLocal(desc, pluginDir, intfId, paramName, name, value, defaultValue);
+      fileLocalValue(*desc, pluginDir, intfId, paramName, name, value, defaultValue);
       if (!p2pConfig) continue;
       // A value equal to its default is left out of the record: to the peer,
       // its absence already means the default.
@@ -103,7 +115,7 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
          MLAG_TRACE_FN(9, updateUtilSignature, "Updating ", paramName, " with local val ", value);
          // Members are published first and whatever their value.
          if (p2pConfig) p2pConfig->attrCollectionIs(CollectionConfig(coll, key), value);
-         recordLocal(desc, pluginDir, intfId, paramName, name, value, defaultValue);
+         fileLocalValue(*desc, pluginDir, intfId, paramName, name, value, defaultValue);
       }
    }
 }
@@ -144,11 +156,7 @@ void insertPeerParam(const Kiv::Ptr< ConfigPluginDir > & pluginDir, Kiv::String 
                      Kiv::String owner, Porta::IntfId intfId, Kiv::String peerVal) {
    if (paramName.empty()) return;
    MLAG_TRACE(9, "Updating ", paramName, " with peer val ", peerVal);
-   if (intfId) {
-      doInsertPeerIntfParam(pluginDir, paramName, owner, peerVal);
-   } else {
-      doInsertPeerParam(pluginDir, paramName, owner, peerVal);
-   }
+   filePeerValue(pluginDir, intfId, paramName, owner, peerVal);
 }
 
 } // namespace Mlag::ConfigCheck

@@ -36,8 +36,24 @@ void updateConfigCheckDbPeer(const Kiv::Ptr< ConfigCheckDesc > & desc,
                              const Kiv::PtrConst< Mlag::Config > & mlagConfig, Kiv::String mlagId,
                              const Kiv::PtrConst< GenericConfig > & peerConfig, Kiv::String name);
 
-// Records one peer value; `owner` is the group id (global table) or the
-// interface name (interface table). An empty parameter name writes nothing.
+// Files one local value: in the interface table (with the attribute's
+// default and the descriptor's absence flag) when `intfId` is valid, else in
+// the global table under the group id `name`. An empty parameter name files
+// nothing. Every local writer of a value goes through here.
+void fileLocalValue(const ConfigCheckDesc & desc, const Kiv::Ptr< ConfigPluginDir > & pluginDir,
+                    const Porta::IntfId & intfId, const Kiv::String & paramName,
+                    const Kiv::String & name, const Kiv::String & value,
+                    const Kiv::String & defaultValue);
+
+// Files one peer value likewise, `owner` being the group id or the interface
+// name; traces nothing of its own.
+void filePeerValue(const Kiv::Ptr< ConfigPluginDir > & pluginDir, const Porta::IntfId & intfId,
+                   const Kiv::String & paramName, const Kiv::String & owner,
+                   const Kiv::String & peerVal);
+
+// Records one peer value of the initial import, with its trace; `owner` is
+// the group id (global table) or the interface name (interface table). An
+// empty parameter name writes nothing.
 void insertPeerParam(const Kiv::Ptr< ConfigPluginDir > & pluginDir, Kiv::String paramName,
                      Kiv::String owner, Porta::IntfId intfId, Kiv::String peerVal);
 

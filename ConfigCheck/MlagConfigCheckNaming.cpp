@@ -72,9 +72,13 @@ Kiv::String strRep(const Kiv::GenericValue & value) {
 }
 
 Kiv::String localValueText(const ConfigCheckDesc & desc, const Kiv::GenericValue & value) {
+   return localValueText(desc, value ? strRep(value) : Kiv::String());
+}
+
+Kiv::String localValueText(const ConfigCheckDesc & desc, const Kiv::String & valueStrRep) {
    // The checker runs on one event thread; the table is only a cache.
    static Kiv::RecentStrings<> recent;
-   const Kiv::String text = stringUnquote(value ? strRep(value) : Kiv::String());
+   const Kiv::String text = stringUnquote(valueStrRep);
    const Kiv::String replacement = desc.valueStrOverride(text);
    return recent.shared(replacement.empty() ? text : replacement);
 }

@@ -37,5 +37,7 @@ Kiv::String strRep(const Kiv::GenericValue & value);
 // form, or the descriptor's replacement for that text. Equal texts share one
 // buffer, since a value usually repeats on every interface.
 Kiv::String localValueText(const ConfigCheckDesc & desc, const Kiv::GenericValue & value);
+// The same from the value's text form (strRep) already at hand.
+Kiv::String localValueText(const ConfigCheckDesc & desc, const Kiv::String & valueStrRep);
 
 } // namespace Mlag::ConfigCheck

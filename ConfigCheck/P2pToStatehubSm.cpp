@@ -37,16 +37,6 @@ void P2pToStatehubSm::KivPeerConfig::onNestedGlobalConfig(const Kiv::Name & conf
    owner_->handleNestedGlobalConfig(configName);
 }
 
-P2pToStatehubSm::KivMlagConfig::KivMlagConfig(const Kiv::PtrConst< Mlag::Config > & config,
-                                              P2pToStatehubSm * owner)
-      : owner_(owner) {
-   notifierIs(config);
-}
-
-void P2pToStatehubSm::KivMlagConfig::onIntfConfig(const Porta::IntfId & intfId) {
-   owner_->handleMlagIntfConfig(intfId);
-}
-
 P2pToStatehubSm::P2pToStatehubSm(const Kiv::PtrConst< Kiv::Clock > & clock,
                                  const Kiv::Ptr< ConfigPluginDir > & configCheck,
                                  const Kiv::PtrConst< GenericConfig > & peerConfig,
@@ -55,7 +45,7 @@ P2pToStatehubSm::P2pToStatehubSm(const Kiv::PtrConst< Kiv::Clock > & clock,
                                  P2pToStatehubSm * parentSm)
       : ConfigCheckSmBase(clock), configCheck_(configCheck), name_(name), parentSm_(parentSm) {
    if (peerConfig) peerConfig_ = std::make_unique< KivPeerConfig >(peerConfig, this);
-   if (mlagConfig) mlagConfig_ = std::make_unique< KivMlagConfig >(mlagConfig, this);
+   watchMlagConfig(mlagConfig_, mlagConfig, this);
    handleInitialized();
 }
 
@@ -98,17 +88,11 @@ Kiv::PtrConst< GenericConfig > P2pToStatehubSm::peerConfigDel() {
 }
 
 Kiv::PtrConst< Mlag::Config > P2pToStatehubSm::mlagConfig() const {
-   return mlagConfig_ ? mlagConfig_->notifier() : Kiv::PtrConst< Mlag::Config >();
+   return watchedMlagConfig(mlagConfig_);
 }
 
 void P2pToStatehubSm::mlagConfigIs(const Kiv::PtrConst< Mlag::Config > & mlagConfig) {
-   if (!mlagConfig) {
-      mlagConfigDel();
-   } else if (mlagConfig_) {
-      mlagConfig_->notifierIs(mlagConfig);
-   } else {
-      mlagConfig_ = std::make_unique< KivMlagConfig >(mlagConfig, this);
-   }
+   watchMlagConfig(mlagConfig_, mlagConfig, this);
 }
 
 Kiv::PtrConst< Mlag::Config > P2pToStatehubSm::mlagConfigDel() {
@@ -140,11 +124,12 @@ Kiv::Ptr< P2pToStatehubSm > P2pToStatehubSm::p2pToStatehubSmIs(
 
 void P2pToStatehubSm::p2pToStatehubSmDel(const Kiv::String & name) { nested_.erase(name); }
 
+void P2pToStatehubSm::p2pToStatehubSmDel(NestedMap::Iterator & it) { nested_.erase(it); }
+
 void P2pToStatehubSm::p2pToStatehubSmDelAll() {
    for (auto & it : nested_) {
-      Kiv::Ptr< P2pToStatehubSm > sm = it.value();
-      sm->kivDoZombieReactors(true);
-      nested_.erase(it);
+      it.value()->kivDoZombieReactors(true);
+      p2pToStatehubSmDel(it);
    }
 }
 
@@ -209,15 +194,6 @@ void P2pToStatehubSm::handleMlagIntfConfig(const Porta::IntfId & intfId) {
    mlagIdIs(presentMlagId);
 }
 
-void P2pToStatehubSm::insertPeerValue(const Porta::IntfId & intfId, const Kiv::String & paramName,
-                                      const Kiv::String & peerVal) {
-   if (intfId) {
-      doInsertPeerIntfParam(configCheck_, paramName, name_, peerVal);
-   } else {
-      doInsertPeerParam(configCheck_, paramName, name_, peerVal);
-   }
-}
-
 void P2pToStatehubSm::handleAttrChange(Kiv::String attribute) {
    if (!initialized()) {
       MLAG_TRACE(8, "Attribute change before initialization of ", attribute);
@@ -229,9 +205,8 @@ void P2pToStatehubSm::handleAttrChange(Kiv::String attribute) {
    // An entry gone from the record leaves an empty peer value, not a deletion.
    const Kiv::String peerVal = record ? record->attr(attribute) : Kiv::String();
    const Porta::IntfId intfId = getIntfId(name_);
-   const Kiv::String paramName = getParamName(configCheckDesc_, text, intfId, mlagId_, name_);
-   if (paramName.empty()) return;
-   insertPeerValue(intfId, paramName, peerVal);
+   filePeerValue(configCheck_, intfId, getParamName(configCheckDesc_, text, intfId, mlagId_, name_),
+                 name_, peerVal);
 }
 
 void P2pToStatehubSm::handleCollectionChange(const CollectionConfig & collectionConfig) {
@@ -243,8 +218,8 @@ void P2pToStatehubSm::handleCollectionChange(const CollectionConfig & collection
    const Kiv::String paramName = getParamName(configCheckDesc_, base, intfId, mlagId_, name_);
    if (paramName.empty()) return;
    const Kiv::PtrConst< GenericConfig > record = peerConfig();
-   insertPeerValue(intfId, paramName,
-                   record ? record->attrCollection(collectionConfig) : Kiv::String());
+   filePeerValue(configCheck_, intfId, paramName, name_,
+                 record ? record->attrCollection(collectionConfig) : Kiv::String());
 }
 
 void P2pToStatehubSm::handleNestedGlobalConfig(Kiv::String configName) {

@@ -15,6 +15,7 @@
 #include "ConfigPluginDir.h"
 #include "GenericConfig.h"
 #include "MlagConfigCheckBacklog.h"
+#include "MlagConfigReactor.h"
 #include "kiv/Clock.h"
 #include "mlag/MlagConfig.h"
 
@@ -40,14 +41,7 @@ class P2pToStatehubSm : public ConfigCheckSmBase {
    };
 
    // Forwards MLAG interface changes to its machine.
-   class KivMlagConfig : public Mlag::Config::NotifieeConst {
-    public:
-      KivMlagConfig(const Kiv::PtrConst< Mlag::Config > & config, P2pToStatehubSm * owner);
-      void onIntfConfig(const Porta::IntfId & intfId) override;
-
-    private:
-      P2pToStatehubSm * owner_; // back pointer; the machine owns this reactor
-   };
+   using KivMlagConfig = MlagConfigReactor< P2pToStatehubSm >;
 
    // `parentSm` is the machine that owns this one (it outlives it); null at the top.
    P2pToStatehubSm(const Kiv::PtrConst< Kiv::Clock > & clock,
@@ -86,8 +80,13 @@ class P2pToStatehubSm : public ConfigCheckSmBase {
                                                  const Kiv::PtrConst< GenericConfig > & peerConfig,
                                                  const Kiv::String & name,
                                                  const Kiv::PtrConst< Mlag::Config > & mlagConfig);
+   using NestedMap = Kiv::HashMap< Kiv::String, Kiv::Ptr< P2pToStatehubSm > >;
    void p2pToStatehubSmDel(const Kiv::String & name);
+   // Removes the entry `it` stands on; the iterator stays usable for advancing.
+   void p2pToStatehubSmDel(NestedMap::Iterator & it);
+   // Removes every entry, each machine put into the zombie state first.
    void p2pToStatehubSmDelAll();
+   NestedMap & p2pToStatehubSmMap() noexcept { return nested_; }
    std::size_t p2pToStatehubSmSize() const noexcept { return nested_.size(); }
 
    void handleInitialized();
@@ -108,8 +107,6 @@ class P2pToStatehubSm : public ConfigCheckSmBase {
  private:
    // handleDelete here and in every nested machine beneath.
    void handleDeleteWithNested();
-   void insertPeerValue(const Porta::IntfId & intfId, const Kiv::String & paramName,
-                        const Kiv::String & peerVal);
 
    Kiv::Ptr< ConfigPluginDir > configCheck_;
    std::unique_ptr< KivPeerConfig > peerConfig_; // null when there is no record
@@ -118,7 +115,7 @@ class P2pToStatehubSm : public ConfigCheckSmBase {
    P2pToStatehubSm * parentSm_;
    Kiv::String mlagId_;
    Kiv::Ptr< ConfigCheckDesc > configCheckDesc_;
-   Kiv::HashMap< Kiv::String, Kiv::Ptr< P2pToStatehubSm > > nested_;
+   NestedMap nested_;
 };
 
 } // namespace Mlag::ConfigCheck

@@ -11,18 +11,20 @@ namespace Mlag::ConfigCheck {
 namespace {
 
 constexpr char kivTraceSource[] = "MlagConfigCheckSm";
+constexpr char updateDbSignature[] =
+   "void Mlag::ConfigCheck::StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue&, "
+   "const Ptr&, const Kiv::KivAttr&)";
+
+// Clears what the local side recorded for the configuration named `name`.
+void clearLocalEntries(const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name) {
+   if (getIntfId(name)) {
+      handleLocalIntfDelete(configCheck, name);
+   } else {
+      handleLocalGroupDelete(configCheck, name);
+   }
+}
 
 } // namespace
-
-StatehubToP2pSm::KivMlagConfig::KivMlagConfig(const Kiv::PtrConst< Mlag::Config > & config,
-                                              StatehubToP2pSm * owner)
-      : owner_(owner) {
-   notifierIs(config);
-}
-
-void StatehubToP2pSm::KivMlagConfig::onIntfConfig(const Porta::IntfId & intfId) {
-   owner_->handleMlagIntfConfig(intfId);
-}
 
 StatehubToP2pSm::StatehubToP2pSm(const Kiv::PtrConst< Kiv::Clock > & clock,
                                  const Kiv::Ptr< ConfigPluginDir > & configCheck,
@@ -33,7 +35,7 @@ StatehubToP2pSm::StatehubToP2pSm(const Kiv::PtrConst< Kiv::Clock > & clock,
                                  const Kiv::PtrConst< Mlag::Config > & mlagConfig)
       : ConfigCheckSmBase(clock), configCheck_(configCheck), name_(name), readConfig_(readConfig),
         writeConfig_(writeConfig), configCheckDesc_(configCheckDesc) {
-   if (mlagConfig) mlagConfig_ = std::make_unique< KivMlagConfig >(mlagConfig, this);
+   watchMlagConfig(mlagConfig_, mlagConfig, this);
    handleInitialized();
 }
 
@@ -61,13 +63,11 @@ Kiv::Ptr< StatehubToP2pSm > StatehubToP2pSm::StatehubToP2pSmIs(
 }
 
 Kiv::PtrConst< Mlag::Config > StatehubToP2pSm::mlagConfig() const {
-   return mlagConfig_ ? mlagConfig_->notifier() : Kiv::PtrConst< Mlag::Config >();
+   return watchedMlagConfig(mlagConfig_);
 }
 
 void StatehubToP2pSm::mlagConfigIs(const Kiv::PtrConst< Mlag::Config > & mlagConfig) {
-   if (mlagConfig == this->mlagConfig()) return;
-   mlagConfig_.reset();
-   if (mlagConfig) mlagConfig_ = std::make_unique< KivMlagConfig >(mlagConfig, this);
+   watchMlagConfig(mlagConfig_, mlagConfig, this);
 }
 
 Kiv::PtrConst< Mlag::Config > StatehubToP2pSm::mlagConfigDel() {
@@ -108,12 +108,33 @@ Kiv::Ptr< StatehubToP2pSm > StatehubToP2pSm::statehubToP2pSmIs(
    auto sm = StatehubToP2pSmIs(clock, configCheck, name, readConfig, writeConfig, configCheckDesc,
                                mlagConfig);
    nested_.insert(name, sm);
+   nestedChanged(name);
    return sm;
 }
 
-void StatehubToP2pSm::statehubToP2pSmDel(const Kiv::String & name) { nested_.erase(name); }
+void StatehubToP2pSm::statehubToP2pSmDel(const Kiv::String & name) {
+   if (nested_.erase(name)) nestedChanged(name);
+}
 
-void StatehubToP2pSm::statehubToP2pSmDelAll() { nested_.clear(); }
+void StatehubToP2pSm::statehubToP2pSmDelAll() {
+   for (auto & it : nested_) {
+      const Kiv::String name = it.key();
+      nested_.erase(it);
+      nestedChanged(name);
+   }
+}
+
+void StatehubToP2pSm::statehubToP2pSmNotify(const Kiv::String & name) { nestedChanged(name); }
+
+Kiv::NotifierList & StatehubToP2pSm::kivNotifierList() {
+   if (!notifiers_) notifiers_ = std::make_unique< Kiv::NotifierList >();
+   return *notifiers_;
+}
+
+void StatehubToP2pSm::nestedChanged(const Kiv::String & name) {
+   if (!notifiers_ || !hasNotificationActive() || isZombie()) return;
+   notifiers_->notify< NotifieeConst >([&](NotifieeConst & n) { n.onStatehubToP2pSm(name); });
+}
 
 void StatehubToP2pSm::handleInitialized() {
    MLAG_TRACE(7, "Initializing Sm for ", name_, ", write config ", writeConfig_);
@@ -190,7 +211,7 @@ Kiv::GenericValue StatehubToP2pSm::readConfigAccessor(const Kiv::GenericValue & 
    try {
       return readConfig_->genericIfGet(attr, key);
    } catch (const Kiv::Exception &) {
-      MLAG_TRACE(8, "Error during read config access of key ", key.strep());
+      MLAG_TRACE(8, "Error during read config access of key ", key.strep().view());
       return Kiv::GenericValue();
    }
 }
@@ -218,8 +239,9 @@ void StatehubToP2pSm::onAttributeChange(const Kiv::KivAttr & attr, const Kiv::Ge
    const Kiv::GenericValue value = readConfigAccessor(key, attr);
    const Kiv::String valueStr = value ? strRep(value) : Kiv::String();
    const Kiv::String keyStr = key ? strRep(key) : Kiv::String();
+   // The value shows in its own text form, the value string as a text.
    MLAG_TRACE(8, "On attribute change, parameter name = ", attr.name, ", readConfig = ",
-              readConfig_, ", writeConfig = ", writeConfig_, ", value = ", valueStr,
+              readConfig_, ", writeConfig = ", writeConfig_, ", value = ", value.strep().view(),
               " value string = ", valueStr, " , key = ", keyStr);
    const Kiv::String attrLookup = configCheckDesc_->attrName(attr.name);
    const Kiv::String collectionLookup = configCheckDesc_->collectionName(attr.name);
@@ -247,7 +269,7 @@ void StatehubToP2pSm::onAttributeChange(const Kiv::KivAttr & attr, const Kiv::Ge
       attrLookup.empty() ? collectionMemberParam(memberKey, collectionLookup) : attrLookup;
    const Kiv::String paramName = getParamName(configCheckDesc_, base, intfId, mlagId_, name_);
    if (paramName.empty()) return; // not a parameter here: nothing is published or recorded
-   const Kiv::String valueText = localValueText(*configCheckDesc_, value);
+   const Kiv::String valueText = localValueText(*configCheckDesc_, valueStr);
    if (!attrLookup.empty()) {
       // A value equal to its default is left out of the record when absence
       // already means the default to the peer.
@@ -265,44 +287,35 @@ void StatehubToP2pSm::onAttributeChange(const Kiv::KivAttr & attr, const Kiv::Ge
       writeConfig_->attrCollectionDel(CollectionConfig(attr.name, memberKey));
    }
    MLAG_TRACE(8, "Parameter ", paramName, " of ", name_, " has value ", valueText);
-   // What updateConfigCheckDb would work out again is already at hand here.
-   recordLocalParam(attr, intfId, memberKey, paramName, valueText);
-}
-
-void StatehubToP2pSm::recordLocalParam(const Kiv::KivAttr & attr, const Porta::IntfId & intfId,
-                                       const Kiv::String & keyText,
-                                       const Kiv::String & paramName,
-                                       const Kiv::String & valueText) {
-   MLAG_TRACE(8, "Interface ", name_, ", attr  ", attr.name, ", key = ", keyText, ", value = ",
-              valueText);
-   if (intfId) {
-      doInsertLocalIntfParam(configCheck_, paramName, name_, valueText,
-                             configCheckDesc_->defaultVal(attr.name),
-                             configCheckDesc_->absenceImpliesDefaultVal());
-   } else {
-      doInsertLocalParam(configCheck_, paramName, name_, valueText);
-   }
+   updateConfigCheckDb(key, writeConfig_, attr, value, valueText);
 }
 
 void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
                                           const Kiv::Ptr< GenericConfig > & writeConfig,
                                           const Kiv::KivAttr & attr) {
    const Kiv::GenericValue value = readConfigAccessor(key, attr);
+   updateConfigCheckDb(key, writeConfig, attr, value, localValueText(*configCheckDesc_, value));
+}
+
+void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
+                                          const Kiv::Ptr< GenericConfig > & writeConfig,
+                                          const Kiv::KivAttr & attr,
+                                          const Kiv::GenericValue & value,
+                                          const Kiv::String & valueText) {
    const Kiv::String keyStr = stringUnquote(key ? strRep(key) : Kiv::String());
-   const Kiv::String valueText = localValueText(*configCheckDesc_, value);
+   MLAG_TRACE_FN(8, updateDbSignature, "Interface ", name_, ", attr  ", attr.name, ", key = ",
+                 keyStr, ", value = ", value.strep().view());
    const Kiv::String attrLookup = configCheckDesc_->attrName(attr.name);
    const Kiv::String collectionLookup = configCheckDesc_->collectionName(attr.name);
    if (!attrLookup.empty() || !collectionLookup.empty()) {
       const Porta::IntfId intfId = getIntfId(name_);
       const Kiv::String base =
          attrLookup.empty() ? collectionMemberParam(keyStr, collectionLookup) : attrLookup;
-      const Kiv::String paramName = getParamName(configCheckDesc_, base, intfId, mlagId_, name_);
-      if (paramName.empty()) return;
-      recordLocalParam(attr, intfId, keyStr, paramName, valueText);
+      fileLocalValue(*configCheckDesc_, configCheck_, intfId,
+                     getParamName(configCheckDesc_, base, intfId, mlagId_, name_), name_,
+                     valueText, configCheckDesc_->defaultVal(attr.name));
       return;
    }
-   MLAG_TRACE(8, "Interface ", name_, ", attr  ", attr.name, ", key = ", keyStr, ", value = ",
-              valueText);
    if (Kiv::Ptr< ConfigCheckDesc > nestedDesc =
           configCheckDesc_->nestedConfigCheckDesc(Kiv::Name(attr.name))) {
       const Kiv::Ptr< GenericConfig > record = getIntfId(keyStr)
@@ -313,7 +326,7 @@ void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
                               record, keyStr, false);
       return;
    }
-   MLAG_TRACE(8, "Ignoring interface create for", name_);
+   MLAG_TRACE_FN(8, updateDbSignature, "Ignoring interface create for", name_);
 }
 
 void StatehubToP2pSm::handleLocalSmCreation(Kiv::String name, Kiv::String paramName) {
@@ -383,13 +396,7 @@ void StatehubToP2pSm::processSmCodefKey(const SmCodefKey & key) {
       writeConfig_->nestedGlobalConfigDel(Kiv::Name(name));
       handleLocalGroupDelete(configCheck_, name);
    }
-   for (const Kiv::String & nested : beneath) {
-      if (getIntfId(nested)) {
-         handleLocalIntfDelete(configCheck_, nested);
-      } else {
-         handleLocalGroupDelete(configCheck_, nested);
-      }
-   }
+   for (const Kiv::String & nested : beneath) clearLocalEntries(configCheck_, nested);
 }
 
 void StatehubToP2pSm::collectNestedNames(std::vector< Kiv::String > & names) const {

@@ -21,6 +21,7 @@
 #include "GenericConfig.h"
 #include "MlagConfigCheckBacklog.h"
 #include "MlagConfigCheckGenericSm.h"
+#include "MlagConfigReactor.h"
 #include "kiv/Clock.h"
 #include "kiv/GenericIf.h"
 #include "mlag/MlagConfig.h"
@@ -32,13 +33,13 @@ using MlagP2p::ConfigCheck::GenericConfig;
 class StatehubToP2pSm : public ConfigCheckSmBase {
  public:
    // Reacts to MLAG interface changes on behalf of its machine.
-   class KivMlagConfig : public Mlag::Config::NotifieeConst {
-    public:
-      KivMlagConfig(const Kiv::PtrConst< Mlag::Config > & config, StatehubToP2pSm * owner);
-      void onIntfConfig(const Porta::IntfId & intfId) override;
+   using KivMlagConfig = MlagConfigReactor< StatehubToP2pSm >;
 
-    private:
-      StatehubToP2pSm * owner_; // back pointer; the machine owns this reactor
+   // Watchers of the nested machines hear onStatehubToP2pSm(name) when the
+   // entry under `name` comes, goes or is notified.
+   class NotifieeConst : public Kiv::Notifiee< StatehubToP2pSm > {
+    public:
+      virtual void onStatehubToP2pSm(const Kiv::String &) {}
    };
 
    StatehubToP2pSm(const Kiv::PtrConst< Kiv::Clock > & clock,
@@ -84,6 +85,7 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
                      const Kiv::PtrConst< Mlag::Config > & mlagConfig);
    void statehubToP2pSmDel(const Kiv::String & name);
    void statehubToP2pSmDelAll();
+   void statehubToP2pSmNotify(const Kiv::String & name);
    std::size_t statehubToP2pSmSize() const noexcept { return nested_.size(); }
 
    void handleInitialized();
@@ -107,13 +109,19 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
    void hasNotificationActiveIs(bool active) override;
    void kivDoZombieReactors(bool zombie) override;
 
+   // Created on the first watcher: most machines are never watched.
+   Kiv::NotifierList & kivNotifierList();
+
  private:
+   // updateConfigCheckDb for a change whose value the caller has read
+   // already, with its published text: the change path reads once.
+   void updateConfigCheckDb(const Kiv::GenericValue & key,
+                            const Kiv::Ptr< GenericConfig > & writeConfig,
+                            const Kiv::KivAttr & attr, const Kiv::GenericValue & value,
+                            const Kiv::String & valueText);
+   void nestedChanged(const Kiv::String & name);
    // The names of every nested machine beneath this one, at any depth.
    void collectNestedNames(std::vector< Kiv::String > & names) const;
-   // Writes one parameter's local value; the last step of every change.
-   void recordLocalParam(const Kiv::KivAttr & attr, const Porta::IntfId & intfId,
-                         const Kiv::String & keyText, const Kiv::String & paramName,
-                         const Kiv::String & valueText);
    // Finds the member of collection `attrName` of readConfig whose unquoted
    // key is `key`; null when there is none.
    Kiv::GenericValue localElement(const Kiv::String & attrName, const Kiv::String & key) const;
@@ -127,6 +135,7 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
    Kiv::String mlagId_;
    std::unique_ptr< GenericHandler > genericHandler_; // null until the start sequence
    Kiv::HashMap< Kiv::String, Kiv::Ptr< StatehubToP2pSm > > nested_;
+   std::unique_ptr< Kiv::NotifierList > notifiers_; // null until the first watcher
 };
 
 } // namespace Mlag::ConfigCheck

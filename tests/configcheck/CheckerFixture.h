@@ -1,13 +1,11 @@
 // Helpers that speak the checker's domain: results entries, descriptors,
 // configurations and trace capture with the checker's handle switched on.
 // Tests run on virtual time and drive deferred work with runUntilQuiet().
-//
-//   auto desc = lacpDesc();
-//   EXPECT_EQ(localEntry(dir, "mtu mlag10", "Port-Channel10"), "9000");
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -17,6 +15,7 @@
 #include "MlagConfigCheckTrace.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/DynamicEntity.h"
+#include "kiv/Exception.h"
 #include "kiv/System.h"
 #include "mlag/MlagConfig.h"
 #include "trace/CaptureSink.h"
@@ -97,6 +96,21 @@ inline Kiv::Ptr< Mlag::Config > mlagConfig(
 
 inline Kiv::PtrConst< Kiv::Clock > checkerClock() { return Kiv::activityManager()->config()->clock(); }
 
+// The constructor parameter a refused re-creation names, or what went wrong.
+template < class F >
+std::string refusedParameter(F recreate) {
+   try {
+      recreate();
+   } catch (const Kiv::NameInUseException & e) {
+      const std::string what = e.what(), head = "Reinstantiating the pointer interface where "
+                                                "constructor parameter attribute ";
+      const std::size_t end = what.find(" has a different value of ");
+      if (!what.starts_with(head) || !what.ends_with(" not allowed") || end == what.npos) return what;
+      return what.substr(head.size(), end - head.size());
+   }
+   return "accepted";
+}
+
 // Runs deferred work on virtual time until nothing is pending.
 inline void runUntilQuiet() { Kiv::activityManager()->runUntilIdle(100000); }
 
@@ -107,9 +121,12 @@ class Traces {
    ~Traces() { traceHandle().levelsUpToIs(-1); }
    bool contains(std::string_view text) const { return sink_.contains(text); }
    std::size_t count(std::string_view text) const {
-      std::size_t n = 0;
-      for (const auto & line : sink_.lines()) n += line.text.find(text) != std::string::npos;
-      return n;
+      return std::ranges::count_if(sink_.lines(),
+                                   [&](const auto & l) { return l.text.find(text) != l.text.npos; });
+   }
+   // Whether some line ends with `text`: a check of a trace's whole tail.
+   bool endsLine(std::string_view text) const {
+      return std::ranges::any_of(sink_.lines(), [&](const auto & l) { return l.text.ends_with(text); });
    }
    // The position of the first line containing `text`; npos when none does.
    std::size_t indexOf(std::string_view text) const {

@@ -15,8 +15,7 @@ class UnreadableConfig : public Kiv::DynamicEntity {
    using DynamicEntity::DynamicEntity;
    Kiv::GenericValue genericIfGet(const Kiv::KivAttr & attr,
                                   const Kiv::GenericValue & key) const override {
-      if (failing && !attr.collection)
-         throw Kiv::RangeException("unreadable " + attr.name.stdString());
+      if (failing) throw Kiv::RangeException("unreadable " + attr.name.stdString());
       return DynamicEntity::genericIfGet(attr, key);
    }
    bool failing = false;
@@ -129,12 +128,66 @@ TEST_F(LocalSideTest, AFailedReadIsTracedAndTakenForNoValue) {
    EXPECT_FALSE(sm->readConfigAccessor(Kiv::GenericValue(), attr("priority")));
    config->valueIs("priority", Kiv::Value::integer(200));
    EXPECT_EQ(traces.count("Error during read config access of key "), 2u) << traces.all();
+   // A key shows once in its text form.
+   EXPECT_FALSE(sm->readConfigAccessor(Kiv::GenericValue(Kiv::Value::string("10")), attr("vlan")));
+   EXPECT_TRUE(traces.endsLine(": Error during read config access of key '10'")) << traces.all();
    EXPECT_EQ(record->attr("priority"), "");
    EXPECT_EQ(localEntry(dir, "priority"), "");
    // Reads that work again bring the value back.
    config->failing = false;
    config->valueIs("priority", Kiv::Value::integer(300));
    EXPECT_EQ(localEntry(dir, "priority"), "300");
+}
+
+// The change path traces the value in its own text form and its value
+// string as text, then files through updateConfigCheckDb, which resolves the
+// machine's name again; the trace lines read exactly so.
+TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
+   start();
+   const struct {
+      const char * attr;
+      Kiv::Value value;
+      const char * line;
+   } cases[] = {
+      {"priority", Kiv::Value::integer(200),
+       ": On attribute change, parameter name = 'priority', readConfig = 'lacp', writeConfig = "
+       "'lacp', value = 200 value string = '200' , key = ''"},
+      {"timeout", Kiv::Value::string("fast"),
+       ": On attribute change, parameter name = 'timeout', readConfig = 'lacp', writeConfig = "
+       "'lacp', value = 'fast' value string = '\\'fast\\'' , key = ''"},
+   };
+   for (const auto & c : cases) {
+      Traces traces;
+      config->valueIs(c.attr, c.value);
+      EXPECT_TRUE(traces.endsLine(c.line)) << traces.all();
+      const std::string filed = std::string("updateConfigCheckDb(const Kiv::GenericValue&, const "
+                                            "Ptr&, const Kiv::KivAttr&): Interface 'Local', attr  '") +
+                                c.attr + "', key = '', value = " + c.value.strep().stdString();
+      EXPECT_LT(traces.indexOf(std::string("Parameter '") + c.attr + "' of 'Local' has value "),
+                traces.indexOf(filed))
+         << traces.all();
+      EXPECT_NE(traces.indexOf(filed), std::string::npos) << traces.all();
+      // Once for the parameter name, once more inside updateConfigCheckDb.
+      EXPECT_EQ(traces.count("Invalid intfId exception for 'Local'"), 2u) << traces.all();
+   }
+}
+
+TEST_F(LocalSideTest, WatchersHearTheNestedMachinesComeAndGo) {
+   struct Heard : StatehubToP2pSm::NotifieeConst {
+      std::vector< std::string > names;
+      void onStatehubToP2pSm(const Kiv::String & name) override {
+         names.push_back(name.stdString());
+      }
+   } heard;
+   start();
+   heard.notifierIs(sm);
+   sm->statehubToP2pSmNotify("g1");
+   sm->statehubToP2pSmDel("absent");
+   config->memberDel("group", "g1");
+   config->entityMemberIs("group", "g2");
+   runUntilQuiet();
+   EXPECT_EQ(heard.names, (std::vector< std::string >{"g1", "g1", "g2"}));
+   heard.notifierIs(nullptr);
 }
 
 TEST_F(LocalSideTest, NestedElementsComeAndGoThroughTheBacklog) {
@@ -250,8 +303,6 @@ TEST_F(LocalSideTest, MachinesWithoutMlagKeepAnEmptyId) {
                 Kiv::RangeException);
 }
 
-// Asking again for a nested machine with one constructor parameter changed
-// is refused naming that parameter; the machine stays as it was.
 TEST_F(LocalSideTest, ChangedReCreationIsRefused) {
    start();
    auto existing = sm->statehubToP2pSm("Port-Channel10");
@@ -268,31 +319,13 @@ TEST_F(LocalSideTest, ChangedReCreationIsRefused) {
    auto noMlag = sm->statehubToP2pSmIs(clock, dir, "g7", element, g7, groupDesc, nullptr);
 
    auto otherClock = Kiv::kivNew< Kiv::Clock >(Kiv::Name("otherClock"));
-   const struct {
-      Kiv::PtrConst< Kiv::Clock > clock;
-      const char * name;
-      Kiv::Ptr< GenericConfig > record;
-      Kiv::Ptr< ConfigCheckDesc > desc;
-      Kiv::PtrConst< Mlag::Config > mlag;
-      const char * named;
-   } cases[] = {
-      {otherClock, "Port-Channel10", po10Record, intfDesc, mlag, "_clock"},
-      {clock, "Port-Channel10", po10Record, intfDesc, nullptr, "_mlagConfig"},
-      {clock, "g7", g7, groupDesc, mlag, "_mlagConfig"},
+   auto again = [&](auto... changed) {
+      return refusedParameter([&] { sm->statehubToP2pSmIs(changed...); });
    };
-   for (const auto & c : cases) {
-      try {
-         sm->statehubToP2pSmIs(c.clock, dir, c.name, element, c.record, c.desc, c.mlag);
-         ADD_FAILURE() << c.named << " accepted";
-      } catch (const Kiv::NameInUseException & e) {
-         const std::string what = e.what();
-         EXPECT_TRUE(what.starts_with("Reinstantiating the pointer interface where constructor "
-                                      "parameter attribute " +
-                                      std::string(c.named) + " has a different value of ") &&
-                     what.ends_with(" not allowed"))
-            << what;
-      }
-   }
+   EXPECT_EQ(again(otherClock, dir, "Port-Channel10", element, po10Record, intfDesc, mlag), "_clock");
+   EXPECT_EQ(again(clock, dir, "Port-Channel10", element, po10Record, intfDesc, nullptr),
+             "_mlagConfig");
+   EXPECT_EQ(again(clock, dir, "g7", element, g7, groupDesc, mlag), "_mlagConfig");
    EXPECT_EQ(sm->statehubToP2pSm("Port-Channel10"), existing);
    EXPECT_EQ(sm->statehubToP2pSm("g7"), noMlag);
    EXPECT_FALSE(noMlag->mlagConfig());

@@ -17,28 +17,25 @@ class UtilTest : public ::testing::Test {
                     const char * defaultVal = "", bool absenceImpliesDefault = false) {
       doInsertLocalIntfParam(dir, param, intf, value, defaultVal, absenceImpliesDefault);
    }
-   Kiv::Ptr< ConfigIntfDiff > entry(const char * param, const char * intf) {
-      return intfEntry(dir, param, intf);
-   }
 };
 
 TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyUntilTheLocalInsertAdoptsIt) {
    insertPeer("mtu", "Ethernet1", "9000");
-   EXPECT_FALSE(entry("mtu", "Ethernet1"));
+   EXPECT_FALSE(intfEntry(dir, "mtu", "Ethernet1"));
    insertPeer("mtu", "Ethernet1", "9214");
    EXPECT_EQ(peerEntry(dir, "mtu", "PeerEthernet1"), "9214");
    EXPECT_EQ(localEntry(dir, "mtu", "PeerEthernet1"), "");
 
    insertLocal("mtu", "Ethernet1", "1500", "1500");
-   EXPECT_FALSE(entry("mtu", "PeerEthernet1"));
+   EXPECT_FALSE(intfEntry(dir, "mtu", "PeerEthernet1"));
    EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "9214");
    EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "1500");
 
    // From now on the peer writes the plain entry; it never touches the default.
    insertPeer("mtu", "Ethernet1", "1500");
    EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "1500");
-   EXPECT_EQ(entry("mtu", "Ethernet1")->defaultVal(), "1500");
-   EXPECT_FALSE(entry("mtu", "PeerEthernet1"));
+   EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->defaultVal(), "1500");
+   EXPECT_FALSE(intfEntry(dir, "mtu", "PeerEthernet1"));
 }
 
 TEST_F(UtilTest, DefaultsAndAbsence) {
@@ -49,7 +46,7 @@ TEST_F(UtilTest, DefaultsAndAbsence) {
    // A later insert without a default keeps the recorded one, and the
    // absence test compares against it.
    insertLocal("mtu", "Ethernet1", "1500", "", true);
-   EXPECT_EQ(entry("mtu", "Ethernet1")->defaultVal(), "1500");
+   EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->defaultVal(), "1500");
    EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "");
    insertLocal("mtu", "Ethernet1", "9000", "", true);
    EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "9000");
@@ -92,14 +89,14 @@ TEST_F(UtilTest, LocalInterfaceDeleteKeepsWhatThePeerStillReports) {
    EXPECT_TRUE(traces.contains("Clearing local entry for plugin 'lacp' interface name 'Ethernet1'"));
    EXPECT_TRUE(traces.contains("Clearing local entry 'up' for plugin 'lacp'"));
 
-   EXPECT_FALSE(entry("up", "Ethernet1"));
+   EXPECT_FALSE(intfEntry(dir, "up", "Ethernet1"));
    EXPECT_EQ(peerEntry(dir, "up", "PeerEthernet1"), "up");
    EXPECT_EQ(localEntry(dir, "up", "PeerEthernet1"), "");
    // "0", "-" and nothing do not keep an entry alive; emptied tables go.
    EXPECT_FALSE(dir->configIntfDir(Kiv::Name("zero")));
    EXPECT_FALSE(dir->configIntfDir(Kiv::Name("none")));
-   EXPECT_FALSE(entry("dash", "Ethernet1"));
-   EXPECT_TRUE(entry("dash", "Ethernet2"));
+   EXPECT_FALSE(intfEntry(dir, "dash", "Ethernet1"));
+   EXPECT_TRUE(intfEntry(dir, "dash", "Ethernet2"));
 }
 
 TEST_F(UtilTest, PeerInterfaceDeleteClearsPeerValuesOnly) {

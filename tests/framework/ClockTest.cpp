@@ -14,7 +14,6 @@
 namespace {
 
 using Kiv::Clock;
-using Kiv::Seconds;
 using Kiv::System;
 using Log = std::vector< std::string >;
 
@@ -61,11 +60,8 @@ TEST(SystemTest, VirtualTimeMovesOnlyWhenToldAndReadsAreCounted) {
    EXPECT_EQ(System::bookkeepingTime(), 7.0); // neither counted nor moving time
    EXPECT_EQ(System::bookkeepingTime(), 7.0);
    EXPECT_EQ(System::timeReads(), reads + 3);
-
    System::realTimeIs(); // drops the read step too
    EXPECT_EQ(System::timeReadStep(), 0.0);
-   Seconds earlier = System::currentTime();
-   EXPECT_LE(earlier, System::currentTime());
 }
 
 TEST(SystemDeathTest, VirtualTimeNeverGoesBack) {
@@ -115,29 +111,17 @@ TEST_F(ClockTest, AReactorFiresInTheTraceContextItWasMadeIn) {
    EXPECT_EQ(Kiv::Trace::context(), Kiv::Trace::contextNamed("runner"));
 }
 
-TEST_F(ClockTest, ArmingADueReactorAgainAtOrBeforeNowKeepsItsPlace) {
+TEST_F(ClockTest, ReArmingKeepsADueReactorsPlaceUnlessItIsFiring) {
    Probe & a = probe("a");
    Probe & b = probe("b");
-   Probe & c = probe("c");
-   for (Probe * p : {&a, &b, &c}) p->timeMinIs(0.0);
-   a.timeMinIs(0.0);
+   for (Probe * p : {&a, &b, &probe("c")}) p->timeMinIs(0.0);
    a.timeMinIs(99.0);
    b.timeMinIs(100.0);
-   EXPECT_EQ(manager.runUntilIdle(), 3u);
-   EXPECT_EQ(log, (Log{"a", "b", "c"}));
-}
-
-TEST_F(ClockTest, AReactorReArmedByItsOwnFiringGoesLastAndTheRunStopsAtItsLimit) {
-   Probe & a = probe("a");
    a.onFire = [&] { a.timeMinIs(0.0); };
-   a.timeMinIs(0.0);
-   probe("b").timeMinIs(0.0);
-   probe("c").timeMinIs(0.0);
    EXPECT_EQ(manager.runUntilIdle(5), 5u);
    EXPECT_EQ(log, (Log{"a", "b", "c", "a", "a"}));
    a.timeMinIs(Clock::never);
    EXPECT_EQ(manager.armedCount(), 0u);
-   EXPECT_EQ(manager.runUntilIdle(), 0u);
 }
 
 TEST_F(ClockTest, VirtualTimeJumpsToTheNextArmedReactor) {
@@ -149,20 +133,17 @@ TEST_F(ClockTest, VirtualTimeJumpsToTheNextArmedReactor) {
    EXPECT_EQ(clock->nextDueTime(), 120.0);
    EXPECT_EQ(manager.runUntilIdle(), 2u);
    EXPECT_EQ(log, (Log{"b", "a", std::to_string(150.0)}));
-   EXPECT_EQ(System::bookkeepingTime(), 150.0);
-}
 
-TEST_F(ClockTest, RealTimeRunUntilIdleReturnsWhenOnlyFutureReactorsRemain) {
+   // On real time the run returns when only future reactors remain.
    System::realTimeIs();
-   Probe & future = probe("future");
-   future.timeMinIs(System::currentTime() + 3600.0);
+   a.onFire = nullptr;
+   a.timeMinIs(System::currentTime() + 3600.0);
    probe("now").timeMinIs(0.0);
    EXPECT_EQ(manager.runUntilIdle(), 1u);
-   EXPECT_EQ(log, (Log{"now"}));
    EXPECT_EQ(manager.armedCount(), 1u);
 }
 
-TEST_F(ClockTest, InactiveAndZombieReactorsAreSkippedAndKeepTheirPlace) {
+TEST_F(ClockTest, InactiveZombieAndDetachedReactorsAreSkipped) {
    Probe & inactive = probe("inactive");
    Probe & zombie = probe("zombie");
    inactive.timeMinIs(0.0);
@@ -178,22 +159,18 @@ TEST_F(ClockTest, InactiveAndZombieReactorsAreSkippedAndKeepTheirPlace) {
    EXPECT_EQ(manager.runUntilIdle(), 2u);
    EXPECT_EQ(log, (Log{"live", "inactive", "later"}));
    EXPECT_EQ(zombie.timeMin(), 0.0);
-   EXPECT_EQ(manager.armedCount(), 0u);
-}
 
-TEST_F(ClockTest, DetachedReactorLeavesTheScheduleAndMovesWithItsClock) {
+   // A detached reactor leaves the schedule and moves with its clock.
    Probe & a = probe("a");
    a.timeMinIs(0.0);
    a.notifierIs(nullptr);
    EXPECT_EQ(manager.armedCount(), 0u);
-   EXPECT_EQ(manager.runUntilIdle(), 0u);
-
    auto other = Kiv::kivNew< Clock >(Kiv::Name("otherClock"));
    Kiv::ActivityManager otherManager(other);
    a.notifierIs(other);
    EXPECT_EQ(manager.runUntilIdle(), 0u);
    EXPECT_EQ(otherManager.runUntilIdle(), 1u);
-   EXPECT_EQ(log, (Log{"a"}));
+   EXPECT_EQ(log.back(), "a");
 }
 
 // Deletes itself when it fires, as an object whose work ends its own life.

@@ -163,7 +163,7 @@ TEST_F(EntityTest, DelAllFromADestructorDestroysOnce) {
    EXPECT_EQ(eth->parent(), nullptr);
 }
 
-TEST_F(EntityTest, SwitchedOffOrZombieEntityNotifiesNobody) {
+TEST_F(EntityTest, SwitchedOffZombieOrOuterEntityNotifiesNobody) {
    node->hasNotificationActiveIs(false);
    node->mtuIs(1);
    node->hasNotificationActiveIs(true);
@@ -174,9 +174,8 @@ TEST_F(EntityTest, SwitchedOffOrZombieEntityNotifiesNobody) {
    EXPECT_EQ(node->mtu(), 1); // the values still change
    node->vlanNotify("10");
    EXPECT_EQ(log.log, (Names{"vlan:10+"}));
-}
 
-TEST_F(EntityTest, NestedChangeNotifiesOnlyTheNestedWatchers) {
+   // A nested change notifies only the nested watchers.
    Kiv::Ptr< Leaf > eth = node->intfIs("Ethernet1");
    LeafLog leafLog;
    leafLog.notifierIs(eth);

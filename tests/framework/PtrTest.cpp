@@ -64,21 +64,6 @@ TEST(PtrTest, CopiesCountAndTheLastReferenceDeletes) {
    Kiv::enableThreadSafePointersIs(false);
 }
 
-TEST(PtrTest, LiveCountIsPerTypeAndReturnsToZero) {
-   const std::int64_t total = Kiv::LiveCount::total();
-   {
-      Kiv::Ptr< Base > b1 = Kiv::kivNew< Base >();
-      Kiv::Ptr< Base > b2 = Kiv::kivNew< Base >();
-      Kiv::Ptr< Base > d = Kiv::kivNew< Derived >();
-      EXPECT_EQ(Kiv::LiveCount::count("KivPtrTest::Base"), 2);
-      EXPECT_EQ(Kiv::LiveCount::snapshot().at("KivPtrTest::Derived"), 1);
-      EXPECT_EQ(Kiv::LiveCount::total(), total + 3);
-   }
-   EXPECT_EQ(Kiv::LiveCount::count("KivPtrTest::Base"), 0);
-   EXPECT_EQ(Kiv::LiveCount::total(), total);
-   EXPECT_EQ(Kiv::LiveCount::count("KivPtrTest::NeverAllocated"), 0);
-}
-
 TEST(PtrTest, ValidPtrPassesAnObjectAndRefusesNull) {
    Kiv::Ptr< Base > p = Kiv::kivNew< Base >();
    EXPECT_EQ(Kiv::validPtr(p), p);

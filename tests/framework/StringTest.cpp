@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <unordered_set>
 #include <vector>
 
@@ -52,11 +53,10 @@ TEST(StringTest, EmptyStringIsOneValueHoweverMade) {
 
 TEST(StringTest, EqualTextsHaveEqualCachedHashes) {
    Kiv::String a("mtu mlag10");
-   Kiv::String b = Kiv::String("mtu") + " mlag" + "10";
+   Kiv::String b = "" + Kiv::String("mtu") + std::string(" ml") + std::string_view("ag") + "10";
    EXPECT_NE(a.charPtr(), b.charPtr());
    EXPECT_EQ(a, b);
-   EXPECT_EQ(a.hash(), b.hash());
-   EXPECT_EQ(std::hash< Kiv::Name >()(Kiv::Name("mtu mlag10")), a.hash());
+   EXPECT_EQ(std::hash< Kiv::Name >()(Kiv::Name("mtu mlag10")), b.hash());
    EXPECT_EQ((std::unordered_set< Kiv::String >{a, b, "x"}).size(), 2u);
 }
 
@@ -75,24 +75,12 @@ TEST(StringTest, OrderingIsByteWiseLikeStdString) {
 }
 
 TEST(StringTest, SubstrStaysWithinTheText) {
-   struct Case {
-      std::size_t start;
-      std::size_t length;
-      const char * expected;
-   };
-   for (const Case & c :
-        {Case{0, 3, "mtu"}, Case{8, 100, "10"}, Case{4, std::string::npos, "mlag10"},
-         Case{9, 1, "0"}, Case{10, 1, ""}, Case{11, 0, ""}, Case{2, 0, ""}}) {
-      EXPECT_EQ(Kiv::String("mtu mlag10").substr(c.start, c.length), c.expected)
-         << c.start << ", " << c.length;
+   const std::tuple< std::size_t, std::size_t, const char * > cases[] = {
+      {0, 3, "mtu"}, {8, 100, "10"}, {4, std::string::npos, "mlag10"}, {9, 1, "0"},
+      {10, 1, ""},   {11, 0, ""},    {2, 0, ""}};
+   for (auto [start, length, expected] : cases) {
+      EXPECT_EQ(Kiv::String("mtu mlag10").substr(start, length), expected) << start << ", " << length;
    }
-}
-
-TEST(StringTest, ConcatenationInEveryForm) {
-   const Kiv::String mtu("mtu");
-   EXPECT_EQ("lacp " + mtu + Kiv::String(" 10") + std::string(" 9000") + std::string_view("!") + "",
-             "lacp mtu 10 9000!");
-   EXPECT_EQ(mtu, "mtu");
 }
 
 TEST(StringTest, NameParsesItsStringFormAndAdvances) {

@@ -36,7 +36,7 @@ json globalEntry(const char * local, const char * peer) {
    return {{"groupId", ""}, {"local", local}, {"peer", peer}};
 }
 
-TEST(PairTest, ExampleScenarioGivesTheDocumentedResult) {
+TEST(PairTest, ExampleScenarioGivesTheDocumentedResultEveryTime) {
    const json expectedA = R"({ "name": "A", "plugins": { "lacp": {
       "global": {
          "10 allowed vlan": { "groupId": "", "local": "active", "peer": "active" },
@@ -61,6 +61,7 @@ TEST(PairTest, ExampleScenarioGivesTheDocumentedResult) {
    lacpB["record"]["attrCollection"].erase(1);
    lacpB["record"]["nestedIntfConfig"]["Port-Channel10"]["attr"]["mode"] = "active";
    const json result = runAll(json::parse(MlagSimTest::exampleScenario));
+   EXPECT_EQ(runAll(json::parse(MlagSimTest::exampleScenario)).dump(), result.dump());
    ASSERT_EQ(result["switches"].size(), 2u);
    EXPECT_EQ(result["switches"][0].dump(2), expectedA.dump(2));
    EXPECT_EQ(result["switches"][1].dump(2), expectedB.dump(2));
@@ -102,11 +103,6 @@ TEST(PairTest, TraceLinesNameTheSwitchTheyComeFrom) {
    // B's nested machine for Ethernet1 comes from its backlog.
    EXPECT_EQ(contextOf("localval='on'"), std::set< std::string >{"B"});
    EXPECT_EQ(contextOf("peerval='on'"), std::set< std::string >{"A"});
-}
-
-TEST(PairTest, SameScenarioTwiceGivesIdenticalJson) {
-   const json doc = json::parse(MlagSimTest::exampleScenario);
-   EXPECT_EQ(runAll(doc).dump(), runAll(doc).dump());
 }
 
 TEST(PairTest, ValuesAreComparedByTheirTextForms) {
