@@ -23,6 +23,7 @@
 #include "Pair.h"
 #include "Report.h"
 #include "Scenario.h"
+#include "ShowFrom.h"
 #include "trace/Handle.h"
 #include "trace/RingLog.h"
 
@@ -175,6 +176,8 @@ int main(int argc, char ** argv) {
                        "Scenario file (JSON); default: the shipped examples/default.json")
       ->type_name("");
    catalog->add_flag("--json", c.json, "Print the catalog as JSON");
+   MlagTool::ShowOptions show;
+   CLI::App * showCommand = MlagTool::addShowSubcommand(app, show);
    app.set_version_flag("--version", MLAG_VERSION);
 
    try {
@@ -187,7 +190,10 @@ int main(int argc, char ** argv) {
    if (o.trace >= 0) Kiv::Trace::handle("MlagConfigCheck").levelsUpToIs(o.trace);
    int status = exitUsage;
    try {
-      status = catalog->parsed() ? runCatalog(c) : run(o);
+      show.colour = colourWanted();
+      status = catalog->parsed()       ? runCatalog(c)
+               : showCommand->parsed() ? MlagTool::showFrom(show, std::cout)
+                                       : run(o);
    } catch (const std::exception & e) {
       // A ScenarioError's text already names the file and the location.
       std::cout.flush();

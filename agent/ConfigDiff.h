@@ -1,0 +1,41 @@
+// The smallest set of steps that turns one configuration of a switch into
+// another: attribute values set or cleared, collection members added,
+// changed or removed, nested configurations added or removed, MLAG ids set,
+// changed or removed. Equal values give no step.
+//
+//   std::vector< MlagSim::Step > steps = configChanges(live.sw, next.sw, live.plugins, file);
+//   for (const MlagSim::Step & s : steps) apply(s);
+//
+// The order matters and is part of the contract: removals of nested
+// configurations first, then value changes (depth first, byte order), then
+// additions of nested configurations, then the MLAG table. The checker knows
+// a nested configuration by its key alone and removing one clears what is
+// filed under that key, so a key that moves from one collection to another
+// must leave before it arrives; the MLAG table goes last so that it is read
+// against the final configurations, as on a fresh start.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Scenario.h"
+
+namespace MlagAgent {
+
+// A change the live objects cannot take: what() is "<file>: <place>: <why>".
+struct ReloadError : std::runtime_error {
+   using std::runtime_error::runtime_error;
+};
+
+// `from` and `to` are the same switch, described by `plugins`. Raises
+// ReloadError naming `fileName` when an attribute the descriptors do not
+// name changes between a value and a collection (the live entity keeps an
+// attribute's shape).
+std::vector< MlagSim::Step > configChanges(const MlagSim::SwitchSpec & from,
+                                           const MlagSim::SwitchSpec & to,
+                                           const nlohmann::json & plugins,
+                                           const std::string & fileName);
+
+} // namespace MlagAgent
