@@ -125,16 +125,19 @@ std::vector< Step > configChanges(const MlagSim::SwitchSpec & from, const MlagSi
       };
       Differ(to.name, plugin, fileName, phases).entity(configOf(from), configOf(to), {});
    }
-   std::vector< Step > out = std::move(phases.removals);
-   for (std::vector< Step > * phase : {&phases.changes, &phases.additions}) {
+   // MLAG ids that arrive or change go first and those that leave go last,
+   // so that a nested configuration added or removed with its interface's
+   // id meets the id, as on a fresh start.
+   std::vector< Step > out;
+   for (const auto & [intf, id] : to.mlag) {
+      auto it = from.mlag.find(intf);
+      if (it == from.mlag.end() || it->second != id) out.push_back(mlagStep(to.name, intf, &id));
+   }
+   for (std::vector< Step > * phase : {&phases.removals, &phases.changes, &phases.additions}) {
       for (Step & s : *phase) out.push_back(std::move(s));
    }
    for (const auto & [intf, id] : from.mlag) {
       if (!to.mlag.contains(intf)) out.push_back(mlagStep(to.name, intf, nullptr));
-   }
-   for (const auto & [intf, id] : to.mlag) {
-      auto it = from.mlag.find(intf);
-      if (it == from.mlag.end() || it->second != id) out.push_back(mlagStep(to.name, intf, &id));
    }
    return out;
 }

@@ -6,13 +6,15 @@
 //   std::vector< MlagSim::Step > steps = configChanges(live.sw, next.sw, live.plugins, file);
 //   for (const MlagSim::Step & s : steps) apply(s);
 //
-// The order matters and is part of the contract: removals of nested
-// configurations first, then value changes (depth first, byte order), then
-// additions of nested configurations, then the MLAG table. The checker knows
-// a nested configuration by its key alone and removing one clears what is
-// filed under that key, so a key that moves from one collection to another
-// must leave before it arrives; the MLAG table goes last so that it is read
-// against the final configurations, as on a fresh start.
+// The order matters and is part of the contract: MLAG ids set or changed
+// first; then removals of nested configurations; value changes (depth
+// first, byte order); additions of nested configurations; MLAG ids removed
+// last. The checker knows a nested configuration by its key alone and
+// removing one clears what is filed under that key, so a key that moves
+// from one collection to another leaves before it arrives. An interface's
+// id arrives before a nested configuration of that interface and leaves
+// after it, so that the configuration is never, even for a moment, one of
+// an MLAG-only collection without its id, which a fresh start never builds.
 #pragma once
 
 #include <nlohmann/json.hpp>

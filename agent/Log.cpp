@@ -17,10 +17,13 @@ std::string utcText(double unixSeconds) {
    const auto t = static_cast< std::time_t >(whole);
    std::tm tm{};
    gmtime_r(&t, &tm);
-   char text[40];
-   std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", tm.tm_year + 1900,
-                 tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec,
+   char date[32];
+   std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &tm);
+   char millis[8];
+   std::snprintf(millis, sizeof millis, ".%03dZ",
                  static_cast< int >((unixSeconds - whole) * 1000.0) % 1000);
+   std::string text = date;
+   text += millis;
    return text;
 }
 

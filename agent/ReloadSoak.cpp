@@ -2,6 +2,7 @@
 
 #include "Entropy.h"
 #include "Pair.h"
+#include "Soak.h"
 #include "SwitchAgent.h"
 #include "kiv/System.h"
 
@@ -10,6 +11,13 @@ namespace MlagAgent {
 namespace {
 
 using Json = nlohmann::json;
+
+// The result JSON of the pair the scenario describes, as far as the agent
+// holds it: its switch first, the second switch without results.
+Json pairResult(const Json & switchResult, const Json & scenario) {
+   return {{"switches",
+            {switchResult, {{"name", scenario["switches"][1]["name"]}, {"plugins", Json::object()}}}}};
+}
 
 MlagSim::SwitchFile switchFileOf(const Json & scenario, std::uint64_t seed) {
    const Json doc = {{"plugins", scenario["plugins"]}, {"switch", scenario["switches"][0]}};
@@ -23,6 +31,8 @@ std::string reloadSoak(std::uint64_t seed, const MlagSim::RandomLimits & limits)
    Json scenario = MlagSim::randomScenarioJson(entropy, limits);
    const Json steps = scenario["steps"];
    Kiv::System::virtualTimeIs(0.0);
+   MlagSim::LocalComparison comparison;
+   comparison.configurationIs(scenario);
    SwitchAgent live(switchFileOf(scenario, seed));
    live.start();
    MlagSim::runUntilQuiet();
@@ -31,17 +41,17 @@ std::string reloadSoak(std::uint64_t seed, const MlagSim::RandomLimits & limits)
       const std::size_t edits = 1 + static_cast< std::size_t >(entropy.below(3));
       for (std::size_t k = 0; k < edits && i < steps.size(); ++k, ++i) {
          MlagSim::applyStepToSwitches(scenario, steps[i]);
+         comparison.configurationIs(scenario);
       }
       live.reload(switchFileOf(scenario, seed));
       MlagSim::runUntilQuiet();
       SwitchAgent fresh(switchFileOf(scenario, seed));
       fresh.start();
       MlagSim::runUntilQuiet();
-      const Json reloaded = live.resultJson(), started = fresh.resultJson();
-      if (reloaded != started) {
+      if (auto d = comparison.difference(pairResult(live.resultJson(), scenario),
+                                         pairResult(fresh.resultJson(), scenario))) {
          return "seed " + std::to_string(seed) + ", reload after step " + std::to_string(i - 1) +
-                ": the reloaded results differ from a fresh start's by " +
-                Json::diff(started, reloaded).dump();
+                ": the reloaded results differ from a fresh start's: " + *d;
       }
    }
    return {};

@@ -1,6 +1,8 @@
 // mlag-config-checkd as a process: its API, live edits of its switch file
 // (in place and by rename), bad edits, SIGHUP and SIGTERM.
 #include <csignal>
+#include <cstdio>
+#include <sys/wait.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -128,6 +130,32 @@ TEST_F(AgentProcessTest, SighupReloads) {
       return status(agent)["counters"]["reloadsOk"] == 1;
    })) << agent.log();
    EXPECT_EQ(status(agent)["lastReload"]["outcome"], "unchanged");
+}
+
+// Runs the command line, returns its exit status and standard output.
+std::pair< int, std::string > runTool(const std::string & arguments) {
+   std::FILE * pipe = ::popen((std::string(MLAG_CONFIG_CHECK) + " " + arguments + " 2>/dev/null").c_str(), "r");
+   std::string out;
+   char buffer[4096];
+   std::size_t n;
+   while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+   const int status = ::pclose(pipe);
+   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
+
+TEST_F(AgentProcessTest, ShowRendersALiveAgent) {
+   AgentProcess agent(file_);
+   ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
+   const std::string url = "http://127.0.0.1:" + std::to_string(agent.port());
+   // Without a peer both values are on leaf1 only: a mismatch.
+   const auto [status, out] = runTool("show --from " + url + " --report json");
+   EXPECT_EQ(status, 1);
+   const Json report = Json::parse(out, nullptr, false);
+   EXPECT_EQ(report["counts"]["onlyOnFirst"], 2) << out;
+   // Global rows in byte order of parameter: "10 allowed vlan", then the priority.
+   EXPECT_EQ(report["rows"][1]["first"]["raw"], "100") << out;
+   agent.terminate();
+   EXPECT_EQ(runTool("show --from " + url).first, 2);
 }
 
 TEST_F(AgentProcessTest, BadRequestsGetJsonErrors) {

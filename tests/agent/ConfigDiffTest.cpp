@@ -1,5 +1,5 @@
-// The steps a reload applies, and their order: nested removals, value
-// changes, nested additions, then the MLAG table.
+// The steps a reload applies, and their order: MLAG ids set, nested
+// removals, value changes, nested additions, MLAG ids removed.
 #include <gtest/gtest.h>
 
 #include "ConfigDiff.h"
@@ -30,7 +30,7 @@ TEST(ConfigDiffTest, EqualConfigurationsGiveNoStep) {
                   .empty());
 }
 
-TEST(ConfigDiffTest, RemovalsFirstThenValuesThenAdditionsThenMlag) {
+TEST(ConfigDiffTest, OrderKeepsKeysAndIdsAsAFreshStartHasThem) {
    // Ethernet1 moves from a to b; its key leaves before it arrives.
    const auto from = spec(R"({"p": {"x": 1, "y": 2, "v": {"1": "on", "2": "on"},
                                     "a": {"Ethernet1": {"m": "y"}, "Ethernet2": {"m": "y"}}}})",
@@ -39,6 +39,8 @@ TEST(ConfigDiffTest, RemovalsFirstThenValuesThenAdditionsThenMlag) {
                                   "a": {"Ethernet2": {"m": "n"}}, "b": {"Ethernet1": {"m": "y"}}}})",
                         {{"Port-Channel2", "3"}, {"Port-Channel4", "4"}});
    EXPECT_EQ(described(from, to), (std::vector< std::string >{
+                                     "s: set mlag Port-Channel2 = '3'",
+                                     "s: set mlag Port-Channel4 = '4'",
                                      "s: delete p a/Ethernet1",
                                      "s: set p a/Ethernet2/m = 'n'",
                                      "s: set p v/1 = 'off'",
@@ -48,8 +50,6 @@ TEST(ConfigDiffTest, RemovalsFirstThenValuesThenAdditionsThenMlag) {
                                      "s: set p z = 'new'",
                                      "s: set p b/Ethernet1 = {\"m\":\"y\"}",
                                      "s: delete mlag Port-Channel1",
-                                     "s: set mlag Port-Channel2 = '3'",
-                                     "s: set mlag Port-Channel4 = '4'",
                                   }));
 }
 
