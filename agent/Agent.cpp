@@ -15,10 +15,10 @@ std::vector< MlagTool::CatalogEntry > catalogOf(const MlagSim::SwitchFile & file
 } // namespace
 
 Agent::Agent(std::string path, Log & log)
-    : path_(std::move(path)),
-      log_(log),
-      checker_(std::make_unique< SwitchAgent >(MlagSim::loadSwitchFile(path_))),
-      catalog_(catalogOf(checker_->file())) {}
+      : path_(std::move(path)),
+        log_(log),
+        checker_(std::make_unique< SwitchAgent >(MlagSim::loadSwitchFile(path_))),
+        catalog_(catalogOf(checker_->file())) {}
 
 void Agent::start() {
    checker_->start();

@@ -33,10 +33,10 @@ struct Counters {
 };
 
 struct ReloadOutcome {
-   double time = 0.0;        // Unix seconds
-   std::string outcome;      // "started", "applied", "unchanged" or "rejected"
-   std::size_t changes = 0;  // applied changes
-   std::string error;        // a rejected reload's "<file>: <place>: <message>"
+   double time = 0.0;       // Unix seconds
+   std::string outcome;     // "started", "applied", "unchanged" or "rejected"
+   std::size_t changes = 0; // applied changes
+   std::string error;       // a rejected reload's "<file>: <place>: <message>"
 };
 
 class Agent {

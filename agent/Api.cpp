@@ -94,7 +94,8 @@ std::string metricsText(const Agent & agent) {
              interfaceEntries);
    }
    const Counters & c = agent.counters();
-   family(out, "mlag_config_check_reloads_total", "counter", "Reloads of the switch file, by outcome.");
+   family(out, "mlag_config_check_reloads_total", "counter",
+          "Reloads of the switch file, by outcome.");
    sample(out, "mlag_config_check_reloads_total{outcome=\"ok\"}", c.reloadsOk);
    sample(out, "mlag_config_check_reloads_total{outcome=\"failed\"}", c.reloadsFailed);
    family(out, "mlag_config_check_backlog_depth", "gauge",

@@ -21,7 +21,7 @@ class Differ {
  public:
    Differ(const std::string & switchName, const std::string & plugin, const std::string & fileName,
           Phases & out)
-       : switchName_(switchName), plugin_(plugin), fileName_(fileName), out_(out) {}
+         : switchName_(switchName), plugin_(plugin), fileName_(fileName), out_(out) {}
 
    void entity(const Json & from, const Json & to, const Path & at) const {
       for (const std::string & attr : unionOfKeys(from, to)) {

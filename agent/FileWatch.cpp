@@ -34,11 +34,11 @@ std::string directoryOf(const std::string & path) {
 
 FileWatch::FileWatch(boost::asio::io_context & io, const std::string & path,
                      std::function< void() > changed, std::chrono::milliseconds debounce)
-    : inotify_(io, inotifyFor(directoryOf(path))),
-      debounce_(io),
-      debounceTime_(debounce),
-      fileName_(std::filesystem::path(path).filename().string()),
-      changed_(std::move(changed)) {
+      : inotify_(io, inotifyFor(directoryOf(path))),
+        debounce_(io),
+        debounceTime_(debounce),
+        fileName_(std::filesystem::path(path).filename().string()),
+        changed_(std::move(changed)) {
    read();
 }
 

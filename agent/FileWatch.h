@@ -22,7 +22,8 @@ namespace MlagAgent {
 
 class FileWatch {
  public:
-   FileWatch(boost::asio::io_context & io, const std::string & path, std::function< void() > changed,
+   FileWatch(boost::asio::io_context & io, const std::string & path,
+             std::function< void() > changed,
              std::chrono::milliseconds debounce = std::chrono::milliseconds(50));
    FileWatch(const FileWatch &) = delete;
    FileWatch & operator=(const FileWatch &) = delete;

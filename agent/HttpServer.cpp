@@ -18,8 +18,7 @@ using tcp = boost::asio::ip::tcp;
 // One connection: read a request, write its answer, again while keep-alive.
 class Session : public std::enable_shared_from_this< Session > {
  public:
-   Session(tcp::socket socket, const Agent & agent)
-       : stream_(std::move(socket)), agent_(agent) {}
+   Session(tcp::socket socket, const Agent & agent) : stream_(std::move(socket)), agent_(agent) {}
 
    void read() {
       parser_.emplace();
@@ -27,10 +26,9 @@ class Session : public std::enable_shared_from_this< Session > {
       parser_->body_limit(HttpServer::requestLimit);
       // A client that stops half-way does not hold the connection forever.
       stream_.expires_after(std::chrono::seconds(30));
-      http::async_read(stream_, buffer_, *parser_,
-                       [self = shared_from_this()](beast::error_code ec, std::size_t) {
-                          self->onRead(ec);
-                       });
+      http::async_read(
+         stream_, buffer_, *parser_,
+         [self = shared_from_this()](beast::error_code ec, std::size_t) { self->onRead(ec); });
    }
 
  private:
@@ -45,8 +43,8 @@ class Session : public std::enable_shared_from_this< Session > {
       bool keepAlive = false;
       if (ec == http::error::header_limit || ec == http::error::body_limit ||
           ec == http::error::buffer_overflow) {
-         answer = apiError(413, "request larger than " +
-                                   std::to_string(HttpServer::requestLimit) + " bytes");
+         answer = apiError(
+            413, "request larger than " + std::to_string(HttpServer::requestLimit) + " bytes");
       } else if (ec) {
          answer = apiError(400, "malformed request: " + ec.message());
       } else {
@@ -95,7 +93,7 @@ class Session : public std::enable_shared_from_this< Session > {
 
 HttpServer::HttpServer(boost::asio::io_context & io, const tcp::endpoint & at, const Agent & agent,
                        Log & log)
-    : acceptor_(io, at), agent_(agent), log_(log) {
+      : acceptor_(io, at), agent_(agent), log_(log) {
    accept();
 }
 

@@ -17,7 +17,7 @@ constexpr int firingsPerTurn = 64;
 } // namespace
 
 RealTimeDriver::RealTimeDriver(boost::asio::io_context & io, Counters & counters)
-    : io_(io), timer_(io), counters_(counters) {
+      : io_(io), timer_(io), counters_(counters) {
    Kiv::System::realTimeIs();
 }
 

@@ -15,8 +15,9 @@ using Json = nlohmann::json;
 // The result JSON of the pair the scenario describes, as far as the agent
 // holds it: its switch first, the second switch without results.
 Json pairResult(const Json & switchResult, const Json & scenario) {
-   return {{"switches",
-            {switchResult, {{"name", scenario["switches"][1]["name"]}, {"plugins", Json::object()}}}}};
+   return {
+      {"switches",
+       {switchResult, {{"name", scenario["switches"][1]["name"]}, {"plugins", Json::object()}}}}};
 }
 
 MlagSim::SwitchFile switchFileOf(const Json & scenario, std::uint64_t seed) {

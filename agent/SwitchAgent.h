@@ -67,7 +67,7 @@ class SwitchAgent {
       Kiv::Ptr< Kiv::DynamicEntity > config;
       Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > localRecord;
       Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > peerRecord; // no peer link yet: empty
-      Kiv::Ptr< Mlag::ConfigCheck::SmContainer > container;      // null until start()
+      Kiv::Ptr< Mlag::ConfigCheck::SmContainer > container;       // null until start()
    };
 
    MlagSim::SwitchFile file_; // the configuration the live objects hold

@@ -40,8 +40,8 @@ boost::asio::ip::tcp::endpoint endpointOf(const std::string & text) {
    const std::size_t colon = text.rfind(':');
    if (colon == std::string::npos) throw std::invalid_argument("expected ADDR:PORT, got " + text);
    const std::string port = text.substr(colon + 1);
-   if (port.empty() || port.size() > 5 || port.find_first_not_of("0123456789") != std::string::npos ||
-       std::stoul(port) > 65535) {
+   if (port.empty() || port.size() > 5 ||
+       port.find_first_not_of("0123456789") != std::string::npos || std::stoul(port) > 65535) {
       throw std::invalid_argument("bad port in " + text);
    }
    return {boost::asio::ip::make_address(text.substr(0, colon)),
@@ -101,9 +101,10 @@ int run(const Options & o, MlagAgent::Log & log) {
 } // namespace
 
 int main(int argc, char ** argv) {
-   CLI::App app{"Runs the MLAG configuration-consistency checker on one switch: watches the\n"
-                "switch file, keeps the results current and serves them over HTTP.",
-                agentName};
+   CLI::App app{
+      "Runs the MLAG configuration-consistency checker on one switch: watches the\n"
+      "switch file, keeps the results current and serves them over HTTP.",
+      agentName};
    Options o;
    app.add_option("SWITCH_FILE", o.switchFile, "Switch file (JSON)")->required()->type_name("");
    app.add_option("--listen-api", o.listen,

@@ -31,8 +31,8 @@ void BM_AgentReloadOneChange(benchmark::State & state) {
    MlagAgent::SwitchAgent agent(files[0]);
    agent.start();
    MlagSim::runUntilQuiet();
-   const Kiv::Ptr< Kiv::DynamicEntity > intf =
-      agent.config("bench")->entityMember(Kiv::String("intfConfig"), Kiv::String(Bench::intfName(100)));
+   const Kiv::Ptr< Kiv::DynamicEntity > intf = agent.config("bench")->entityMember(
+      Kiv::String("intfConfig"), Kiv::String(Bench::intfName(100)));
    double changed = 0, unchanged = 0, direct = 0;
    int next = 1;
    for (auto _ : state) {

@@ -69,7 +69,8 @@ AgentProcess::~AgentProcess() {
 }
 
 HttpReply AgentProcess::get(const std::string & path) const {
-   return httpExchange(port_, "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
+   return httpExchange(port_,
+                       "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
 }
 
 void AgentProcess::signal(int sig) const { ::kill(pid_, sig); }

@@ -1,14 +1,15 @@
 // mlag-config-checkd as a process: its API, live edits of its switch file
 // (in place and by rename), bad edits, SIGHUP and SIGTERM.
+#include "AgentProcess.h"
+
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstdio>
-#include <sys/wait.h>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
-
-#include "AgentProcess.h"
 
 namespace {
 
@@ -29,8 +30,9 @@ Json switchFile(int priority) {
 class AgentProcessTest : public ::testing::Test {
  protected:
    void SetUp() override {
-      dir_ = fs::temp_directory_path() / ("agent-test-" + std::to_string(::getpid()) + "-" +
-                                          ::testing::UnitTest::GetInstance()->current_test_info()->name());
+      dir_ = fs::temp_directory_path() /
+             ("agent-test-" + std::to_string(::getpid()) + "-" +
+              ::testing::UnitTest::GetInstance()->current_test_info()->name());
       fs::remove_all(dir_);
       fs::create_directories(dir_);
       file_ = dir_ / "leaf1.switch.json";
@@ -75,9 +77,10 @@ TEST_F(AgentProcessTest, ServesTheSwitchsResultsAndStatus) {
    EXPECT_EQ(report["switches"], Json::array({"leaf1", "peer"}));
    EXPECT_EQ(report["counts"]["onlyOnFirst"], 2);
    EXPECT_EQ(agent.get("/healthz").status, 200);
-   EXPECT_NE(agent.get("/metrics").body.find(
-                "mlag_config_check_mismatches{plugin=\"lacp\",verdict=\"onlyOnFirst\"} 2\n"),
-             std::string::npos);
+   EXPECT_NE(
+      agent.get("/metrics")
+         .body.find("mlag_config_check_mismatches{plugin=\"lacp\",verdict=\"onlyOnFirst\"} 2\n"),
+      std::string::npos);
    EXPECT_EQ(agent.terminate(), 0);
 }
 
@@ -99,11 +102,11 @@ TEST_F(AgentProcessTest, BadEditKeepsTheLastGoodConfiguration) {
    Json bad = switchFile(200);
    bad["switch"]["config"]["lacp"]["systemPriority"] = 1.5;
    writeAndRename(bad.dump(2));
-   ASSERT_TRUE(eventually([&] {
-      return status(agent)["lastReload"]["outcome"] == "rejected";
-   })) << agent.log();
+   ASSERT_TRUE(eventually([&] { return status(agent)["lastReload"]["outcome"] == "rejected"; }))
+      << agent.log();
    const std::string error = status(agent)["lastReload"]["error"];
-   EXPECT_EQ(error.rfind(file_.string() + ": /switch/config/lacp/systemPriority: ", 0), 0u) << error;
+   EXPECT_EQ(error.rfind(file_.string() + ": /switch/config/lacp/systemPriority: ", 0), 0u)
+      << error;
    EXPECT_EQ(priority(agent), "100");
    EXPECT_NE(agent.log().find(" error reload rejected"), std::string::npos);
 }
@@ -114,9 +117,8 @@ TEST_F(AgentProcessTest, DescriptorChangeNeedsARestart) {
    Json changed = switchFile(200);
    changed["plugins"]["lacp"]["attrName"]["systemPriority"] = "priority";
    writeAndRename(changed.dump(2));
-   ASSERT_TRUE(eventually([&] {
-      return status(agent)["lastReload"]["outcome"] == "rejected";
-   })) << agent.log();
+   ASSERT_TRUE(eventually([&] { return status(agent)["lastReload"]["outcome"] == "rejected"; }))
+      << agent.log();
    const std::string error = status(agent)["lastReload"]["error"];
    EXPECT_NE(error.find("restart the agent to change descriptors"), std::string::npos) << error;
    EXPECT_EQ(priority(agent), "100");
@@ -126,15 +128,15 @@ TEST_F(AgentProcessTest, SighupReloads) {
    AgentProcess agent(file_);
    ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
    agent.signal(SIGHUP);
-   ASSERT_TRUE(eventually([&] {
-      return status(agent)["counters"]["reloadsOk"] == 1;
-   })) << agent.log();
+   ASSERT_TRUE(eventually([&] { return status(agent)["counters"]["reloadsOk"] == 1; }))
+      << agent.log();
    EXPECT_EQ(status(agent)["lastReload"]["outcome"], "unchanged");
 }
 
 // Runs the command line, returns its exit status and standard output.
 std::pair< int, std::string > runTool(const std::string & arguments) {
-   std::FILE * pipe = ::popen((std::string(MLAG_CONFIG_CHECK) + " " + arguments + " 2>/dev/null").c_str(), "r");
+   std::FILE * pipe =
+      ::popen((std::string(MLAG_CONFIG_CHECK) + " " + arguments + " 2>/dev/null").c_str(), "r");
    std::string out;
    char buffer[4096];
    std::size_t n;
@@ -165,7 +167,8 @@ TEST_F(AgentProcessTest, BadRequestsGetJsonErrors) {
    EXPECT_EQ(unknown.status, 404);
    EXPECT_TRUE(unknown.json().contains("error"));
    const HttpReply post = httpExchange(
-      agent.port(), "POST /v1/results HTTP/1.1\r\nHost: x\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+      agent.port(),
+      "POST /v1/results HTTP/1.1\r\nHost: x\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
    EXPECT_EQ(post.status, 405);
    EXPECT_NE(post.head.find("Allow: GET"), std::string::npos);
    const HttpReply large = httpExchange(agent.port(), "GET /v1/results HTTP/1.1\r\nHost: x\r\nX: " +

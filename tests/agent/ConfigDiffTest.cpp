@@ -1,8 +1,8 @@
 // The steps a reload applies, and their order: MLAG ids set, nested
 // removals, value changes, nested additions, MLAG ids removed.
-#include <gtest/gtest.h>
-
 #include "ConfigDiff.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -25,9 +25,9 @@ std::vector< std::string > described(const MlagSim::SwitchSpec & from,
 
 TEST(ConfigDiffTest, EqualConfigurationsGiveNoStep) {
    const char * config = R"({"p": {"x": 1, "v": {"1": "on"}, "a": {"Ethernet1": {"m": "y"}}}})";
-   EXPECT_TRUE(described(spec(config, {{"Port-Channel1", "1"}}),
-                         spec(config, {{"Port-Channel1", "1"}}))
-                  .empty());
+   EXPECT_TRUE(
+      described(spec(config, {{"Port-Channel1", "1"}}), spec(config, {{"Port-Channel1", "1"}}))
+         .empty());
 }
 
 TEST(ConfigDiffTest, OrderKeepsKeysAndIdsAsAFreshStartHasThem) {

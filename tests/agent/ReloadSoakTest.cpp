@@ -1,8 +1,8 @@
 // Reloads of random edit sequences give the results of a fresh start on
 // the same file (more seeds: mlag-agent-soak).
-#include <gtest/gtest.h>
-
 #include "ReloadSoak.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

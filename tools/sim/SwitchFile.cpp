@@ -42,8 +42,7 @@ SwitchFile parseSwitchFile(std::string_view text, const std::string & fileName) 
    if (!doc.is_object()) fail(fileName, "top level", "expected an object");
    for (const auto & [name, unused] : doc.items()) {
       if (name != "description" && name != "plugins" && name != "switch") {
-         fail(fileName, (Json::json_pointer() / name).to_string(),
-              "unknown member '" + name + "'");
+         fail(fileName, (Json::json_pointer() / name).to_string(), "unknown member '" + name + "'");
       }
    }
    if (!doc.contains("switch")) fail(fileName, "top level", "missing member 'switch'");
@@ -51,10 +50,9 @@ SwitchFile parseSwitchFile(std::string_view text, const std::string & fileName) 
    // The loader's checks run on a scenario whose second switch is empty and
    // named apart from the first.
    Json & sw = doc["switch"];
-   const std::string peerName =
-      sw.is_object() && sw.contains("name") && sw["name"].is_string()
-         ? sw["name"].get< std::string >() + "-peer"
-         : "peer";
+   const std::string peerName = sw.is_object() && sw.contains("name") && sw["name"].is_string()
+                                   ? sw["name"].get< std::string >() + "-peer"
+                                   : "peer";
    Json scenario = Json::object();
    if (doc.contains("description")) scenario["description"] = doc["description"];
    if (doc.contains("plugins")) scenario["plugins"] = doc["plugins"];
