@@ -56,11 +56,12 @@ class Differ {
          const bool fEntity = f && isEntityJson(*f), tEntity = t && isEntityJson(*t);
          Path path = at;
          path.push_back(key);
+         // Equal members, nested configurations included, need no walk.
+         if (f && t && *f == *t) continue;
          if (fEntity && tEntity) {
             entity(*f, *t, path);
             continue;
          }
-         if (f && t && fEntity == tEntity && *f == *t) continue;
          if (f && t && !fEntity && !tEntity) {
             out_.changes.push_back(step(path, false, *t));
             continue;
