@@ -16,6 +16,9 @@ packages=(
    libbenchmark-dev
    nlohmann-json3-dev
    libcli11-dev
+   # The agent's event loop and HTTP (Boost.Asio, Boost.Beast; header-only).
+   libboost-dev
+   libssl-dev
    clang
    clang-format
    # libFuzzer and clang's sanitizer runtimes; only recommended by clang.

@@ -24,6 +24,7 @@
 #include "Catalog.h"
 #include "Scenario.h"
 #include "ScenarioRun.h"
+#include "ShowFrom.h"
 #include "trace/Handle.h"
 #include "trace/RingLog.h"
 
@@ -186,6 +187,8 @@ int main(int argc, char ** argv) {
                       "Scenario file (JSON); default: the shipped examples/default.json")
          ->type_name("");
    catalog->add_flag("--json", c.json, "Print the catalog as JSON");
+   MlagTool::ShowOptions show;
+   CLI::App * showCommand = MlagTool::addShowSubcommand(app, show);
    app.set_version_flag("--version", MLAG_VERSION);
 
    try {
@@ -196,15 +199,19 @@ int main(int argc, char ** argv) {
       return usageError(oneLine(e.what()));
    }
 
-   if (catalog->parsed()) {
+   const CLI::App * subcommand =
+      catalog->parsed() ? catalog : showCommand->parsed() ? showCommand : nullptr;
+   if (subcommand != nullptr) {
       // What comes before the subcommand belongs to the main command.
       for (const CLI::Option * option : own) {
          if (option->count() == 0) continue;
-         if (option == scenarioOption) {
+         if (option == scenarioOption && subcommand == catalog) {
             return usageError("the scenario " + o.scenario + " comes before catalog; write: " +
                               toolName + " catalog " + o.scenario);
          }
-         return usageError(option->get_name() + " does not apply to catalog");
+         const std::string what =
+            option == scenarioOption ? "the scenario " + o.scenario : option->get_name();
+         return usageError(what + " does not apply to " + subcommand->get_name());
       }
    }
    for (const CLI::Option * path : {scenarioOption, catalogScenario, ringlog}) {
@@ -230,10 +237,12 @@ int main(int argc, char ** argv) {
    if (o.trace >= 0) Kiv::Trace::handle("MlagConfigCheck").levelsUpToIs(o.trace);
    int status = exitUsage;
    try {
-      status = catalog->parsed()
-                  ? runCatalog(c)
-                  : MlagTool::runScenario(MlagSim::loadScenario(scenarioPath(o.scenario)), o.run,
-                                          std::cout);
+      show.colour = colourWanted();
+      status = catalog->parsed()       ? runCatalog(c)
+               : showCommand->parsed() ? MlagTool::showFrom(show, std::cout)
+                                       : MlagTool::runScenario(
+                                            MlagSim::loadScenario(scenarioPath(o.scenario)), o.run,
+                                            std::cout);
    } catch (const std::exception & e) {
       // A ScenarioError's text already names the file and the location.
       status = usageError(e.what());

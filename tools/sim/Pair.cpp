@@ -8,6 +8,7 @@
 #include "RecordMirror.h"
 #include "RecordSync.h"
 #include "ResultJson.h"
+#include "StepApply.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/System.h"
 #include "trace/Context.h"
@@ -190,52 +191,15 @@ void Pair::applyStep(std::size_t index) {
    Switch & sw = switches_[step.switchName == switches_[0].name ? 0 : 1];
    {
       const auto scope = tracedAs(sw.name);
-      if (!step.plugin.empty()) {
-         for (Plugin & p : sw.plugins) {
-            if (p.name == step.plugin) applyConfigStep(step, p);
-         }
-      } else if (step.isDelete) {
-         sw.mlag->intfConfigDel(Porta::IntfId(Kiv::String(step.mlagInterface)));
+      if (step.plugin.empty()) {
+         applyMlagStep(step, *sw.mlag);
       } else {
-         sw.mlag->intfConfigIs(Porta::IntfId(Kiv::String(step.mlagInterface)),
-                               Mlag::IntfConfig(step.value.get< std::string >()));
+         for (Plugin & p : sw.plugins) {
+            if (p.name == step.plugin) applyConfigStep(step, *p.config, p.descriptorJson);
+         }
       }
    }
    settle();
-}
-
-void Pair::applyConfigStep(const Step & step, Plugin & plugin) {
-   Kiv::Ptr< Kiv::DynamicEntity > entity = plugin.config;
-   const nlohmann::json * descriptor = &plugin.descriptorJson;
-   const std::vector< std::string > & path = step.path;
-   for (std::size_t i = 0; i < path.size(); ++i) {
-      const Kiv::String attr(path[i]);
-      if (i + 1 == path.size()) {
-         if (step.isDelete) {
-            entity->valueDel(attr);
-         } else {
-            entity->valueIs(attr, toValue(step.value));
-         }
-         return;
-      }
-      const nlohmann::json * nested = nestedDescriptor(descriptor, path[i]);
-      const Kiv::String key(path[++i]);
-      if (i + 1 == path.size()) {
-         if (step.isDelete) {
-            entity->memberDel(attr, key);
-         } else if (isEntityJson(step.value)) {
-            // Filled right after it is added: the checker creates a nested
-            // machine only from its backlog, when the entity is complete.
-            fillEntity(*entity->entityMemberIs(attr, key), step.value, nested);
-         } else {
-            entity->memberIs(attr, key, toValue(step.value));
-         }
-         return;
-      }
-      entity = entity->entityMember(attr, key);
-      if (!entity) throw std::runtime_error("step '" + step.describe() + "': path does not exist");
-      descriptor = nested;
-   }
 }
 
 nlohmann::json Pair::resultJson() const {

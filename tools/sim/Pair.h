@@ -123,7 +123,6 @@ class Pair {
    };
 
    const Plugin & plugin(std::size_t sw, const std::string & name) const;
-   void applyConfigStep(const Step & step, Plugin & plugin);
    void createMachine(Switch & sw, Plugin & p);
    GenericConfig & linkSource(const Link & link);
    GenericConfig & linkTarget(const Link & link);

@@ -40,7 +40,7 @@ std::string Step::describe() const {
    return out;
 }
 
-Scenario loadScenario(const std::string & path) {
+std::string readInputFile(const std::string & path) {
    // At most one byte past the limit is read, so that an endless or huge
    // input (/dev/zero, a FIFO) stops at once.
    constexpr std::size_t limit = 64 * 1024 * 1024;
@@ -68,10 +68,12 @@ Scenario loadScenario(const std::string & path) {
       } while (n > 0 && text.size() <= limit);
       if (std::ferror(file.get())) throw refuse(std::string("cannot read: ") + std::strerror(errno));
       if (text.size() > limit) throw refuse(tooLarge);
-      return parseScenario(text, path);
+      return text;
    } catch (const std::bad_alloc &) {
       throw refuse("out of memory while reading");
    }
 }
+
+Scenario loadScenario(const std::string & path) { return parseScenario(readInputFile(path), path); }
 
 } // namespace MlagSim

@@ -57,5 +57,8 @@ struct Scenario {
 Scenario parseScenario(std::string_view text, const std::string & fileName);
 // An unreadable file, or one of more than 64 MiB, raises ScenarioError too.
 Scenario loadScenario(const std::string & path);
+// The file's text, read within the size limit (64 MiB; an endless input stops
+// one byte past it); raises ScenarioError naming `path` when it cannot.
+std::string readInputFile(const std::string & path);
 
 } // namespace MlagSim

@@ -393,4 +393,15 @@ SoakOutcome runSeed(const SoakOptions & options) {
    return outcome;
 }
 
+void LocalComparison::configurationIs(const nlohmann::json & scenario) {
+   scenario_ = scenario;
+   recordOrphans(scenario_, history_);
+}
+
+std::optional< std::string > LocalComparison::difference(const nlohmann::json & incremental,
+                                                         const nlohmann::json & fresh) const {
+   return firstDifference(localView(incremental, scenario_, history_),
+                          localView(fresh, scenario_, history_), "");
+}
+
 } // namespace MlagSim

@@ -15,6 +15,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -83,5 +84,24 @@ std::optional< std::string > localDifference(const nlohmann::json & incremental,
 // Invariant 4: the first difference between the results directories.
 std::optional< std::string > resultsDifference(const nlohmann::json & restarted,
                                                const nlohmann::json & fresh);
+
+// Invariant 5 along a sequence of configurations that may reach the pair
+// several changes at a time: every configuration the switches pass through
+// is noted, so that a nested configuration that has been an orphan since it
+// was last created stays out of the comparison.
+//
+//   LocalComparison c; c.configurationIs(model);   // after every change
+//   if (auto d = c.difference(incremental, fresh)) fail(*d);
+class LocalComparison {
+ public:
+   void configurationIs(const nlohmann::json & scenario);
+   // As localDifference, for the configuration noted last.
+   std::optional< std::string > difference(const nlohmann::json & incremental,
+                                           const nlohmann::json & fresh) const;
+
+ private:
+   nlohmann::json scenario_;
+   std::map< std::string, std::map< std::string, nlohmann::json::json_pointer > > history_;
+};
 
 } // namespace MlagSim

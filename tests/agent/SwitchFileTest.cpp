@@ -1,0 +1,62 @@
+// The switch file: the scenario loader's rules, with places named in the
+// switch file's own terms; the shipped halves of the default pair.
+#include "SwitchFile.h"
+
+#include <gtest/gtest.h>
+
+#include "Scenario.h"
+
+namespace {
+
+// `error` is the whole message where the switch file's reader words it,
+// and the file and place where the scenario loader's message follows.
+struct BadCase {
+   const char * text;
+   const char * error;
+};
+
+class SwitchFileErrorTest : public ::testing::TestWithParam< BadCase > {};
+
+TEST_P(SwitchFileErrorTest, NamesTheFileAndThePlace) {
+   try {
+      MlagSim::parseSwitchFile(GetParam().text, "leaf1.json");
+      FAIL() << "accepted";
+   } catch (const MlagSim::ScenarioError & e) {
+      const std::string error = GetParam().error;
+      EXPECT_EQ(std::string(e.what()).substr(0, error.size()), error) << e.what();
+   }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+   Cases, SwitchFileErrorTest,
+   ::testing::Values(
+      BadCase{R"({"plugins": {}, "switch": {"name": "a"},})", "leaf1.json: line 1, column 41: "},
+      BadCase{R"({"plugins": {}, "switch": {"name": "a", "name": "b"}})",
+              "leaf1.json: /switch/name: duplicate member 'name'"},
+      BadCase{R"([])", "leaf1.json: top level: expected an object"},
+      BadCase{R"({"plugins": {}, "switches": []})",
+              "leaf1.json: /switches: unknown member 'switches'"},
+      BadCase{R"({"plugins": {}})", "leaf1.json: top level: missing member 'switch'"},
+      BadCase{R"({"switch": {"name": "a"}})", "leaf1.json: top level: "},
+      BadCase{R"({"plugins": {"p": {}}, "switch": {"name": "a", "config": {"p": {"x": 1.5}}}})",
+              "leaf1.json: /switch/config/p/x: "},
+      BadCase{R"({"plugins": {}, "switch": {"name": "a", "mlag": {"Po1": "1"}}})",
+              "leaf1.json: /switch/mlag/Po1: "},
+      BadCase{R"({"plugins": {}, "switch": {"name": ""}})",
+              "leaf1.json: /switch/name: expected a non-empty switch name"},
+      BadCase{R"({"plugins": {}, "switch": 7})", "leaf1.json: /switch: "}));
+
+TEST(SwitchFileTest, ShippedHalvesAreTheDefaultPair) {
+   const MlagSim::Scenario pair = MlagSim::loadScenario(MLAG_EXAMPLES_DIR "/default.json");
+   for (std::size_t i = 0; i < 2; ++i) {
+      const std::string name = pair.switches[i].name;
+      const MlagSim::SwitchFile f =
+         MlagSim::loadSwitchFile(MLAG_EXAMPLES_DIR "/switches/" + name + ".switch.json");
+      EXPECT_EQ(f.plugins, pair.plugins);
+      EXPECT_EQ(f.sw.name, name);
+      EXPECT_EQ(f.sw.mlag, pair.switches[i].mlag);
+      EXPECT_EQ(f.sw.config, pair.switches[i].config);
+   }
+}
+
+} // namespace
