@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "DescriptorJson.h"
+#include "sim/DescriptorJson.h"
 
 namespace MlagAgent {
 

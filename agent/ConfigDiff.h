@@ -22,7 +22,7 @@
 #include <string>
 #include <vector>
 
-#include "Scenario.h"
+#include "sim/Scenario.h"
 
 namespace MlagAgent {
 

@@ -1,8 +1,8 @@
 #include "ReloadSoak.h"
 
-#include "Entropy.h"
-#include "Pair.h"
-#include "Soak.h"
+#include "soak/Entropy.h"
+#include "sim/Pair.h"
+#include "soak/Soak.h"
 #include "SwitchAgent.h"
 #include "kiv/System.h"
 

@@ -17,7 +17,7 @@
 #include <cstdint>
 #include <string>
 
-#include "RandomScenario.h"
+#include "soak/RandomScenario.h"
 
 namespace MlagAgent {
 

@@ -2,12 +2,12 @@
 
 #include <stdexcept>
 
-#include "ConfigBuilder.h"
+#include "sim/ConfigBuilder.h"
 #include "ConfigDiff.h"
-#include "P2pToStatehubSm.h"
-#include "ResultJson.h"
-#include "StatehubToP2pSm.h"
-#include "StepApply.h"
+#include "ConfigCheck/P2pToStatehubSm.h"
+#include "sim/ResultJson.h"
+#include "ConfigCheck/StatehubToP2pSm.h"
+#include "sim/StepApply.h"
 
 namespace MlagAgent {
 

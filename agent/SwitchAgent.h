@@ -21,11 +21,11 @@
 #include <string>
 #include <vector>
 
-#include "ConfigCheckDesc.h"
-#include "ConfigPluginDir.h"
-#include "GenericConfig.h"
-#include "MlagConfigCheckSm.h"
-#include "SwitchFile.h"
+#include "ConfigCheck/ConfigCheckDesc.h"
+#include "ConfigCheck/ConfigPluginDir.h"
+#include "ConfigCheck/GenericConfig.h"
+#include "ConfigCheck/MlagConfigCheckSm.h"
+#include "sim/SwitchFile.h"
 #include "kiv/DynamicEntity.h"
 #include "mlag/MlagConfig.h"
 

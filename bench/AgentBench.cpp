@@ -8,7 +8,7 @@
 #include <chrono>
 
 #include "BenchFixtures.h"
-#include "Pair.h"
+#include "sim/Pair.h"
 #include "SwitchAgent.h"
 #include "kiv/System.h"
 

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "Scenario.h"
+#include "sim/Scenario.h"
 
 namespace Bench {
 

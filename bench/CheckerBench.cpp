@@ -6,9 +6,9 @@
 
 #include <benchmark/benchmark.h>
 
-#include "MlagConfigCheckTrace.h"
-#include "P2pToStatehubSm.h"
-#include "StatehubToP2pSm.h"
+#include "ConfigCheck/MlagConfigCheckTrace.h"
+#include "ConfigCheck/P2pToStatehubSm.h"
+#include "ConfigCheck/StatehubToP2pSm.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/DynamicEntity.h"
 #include "kiv/System.h"

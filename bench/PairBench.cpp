@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "BenchFixtures.h"
-#include "Pair.h"
+#include "sim/Pair.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // the other switch's local record into it. Built and run as a test.
 #include <iostream>
 
-#include "MlagConfigCheckSm.h"
+#include "ConfigCheck/MlagConfigCheckSm.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/DynamicEntity.h"
 

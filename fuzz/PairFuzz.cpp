@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "Entropy.h"
-#include "RandomScenario.h"
-#include "Soak.h"
+#include "soak/Entropy.h"
+#include "soak/RandomScenario.h"
+#include "soak/Soak.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * data, std::size_t size) {
    if (size == 0) return 0;

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "Pair.h"
-#include "Scenario.h"
+#include "sim/Pair.h"
+#include "sim/Scenario.h"
 #include "kiv/Ptr.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * data, std::size_t size) {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "MlagConfigCheckTypes.h"
+#include "ConfigCheck/MlagConfigCheckTypes.h"
 #include "kiv/Exception.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * data, std::size_t size) {

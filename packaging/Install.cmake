@@ -12,14 +12,15 @@ set(MLAG_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/mlag-config-check)
 set_target_properties(framework PROPERTIES INTERFACE_INCLUDE_DIRECTORIES
   "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/framework>;$<INSTALL_INTERFACE:${MLAG_INCLUDE_DIR}>")
 set_target_properties(configcheck PROPERTIES INTERFACE_INCLUDE_DIRECTORIES
-  "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/ConfigCheck>;$<INSTALL_INTERFACE:${MLAG_INCLUDE_DIR}>")
+  "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>;$<INSTALL_INTERFACE:${MLAG_INCLUDE_DIR}>")
 # The warning flags travel only as a link-only dependency of the static
 # libraries: exported, but never applied to a user's code.
 install(TARGETS framework configcheck mlag_warnings EXPORT MlagConfigCheckTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/framework/ ${PROJECT_SOURCE_DIR}/ConfigCheck/
-  DESTINATION ${MLAG_INCLUDE_DIR}
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/framework/ DESTINATION ${MLAG_INCLUDE_DIR}
+  FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/ConfigCheck DESTINATION ${MLAG_INCLUDE_DIR}
   FILES_MATCHING PATTERN "*.h")
 set(MLAG_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/MlagConfigCheck)
 install(EXPORT MlagConfigCheckTargets NAMESPACE MlagConfigCheck:: DESTINATION ${MLAG_CMAKE_DIR})

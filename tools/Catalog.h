@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "Scenario.h"
+#include "sim/Scenario.h"
 
 namespace MlagTool {
 

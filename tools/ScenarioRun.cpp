@@ -5,9 +5,9 @@
 #include "Catalog.h"
 #include "Changes.h"
 #include "Comparison.h"
-#include "Pair.h"
+#include "sim/Pair.h"
 #include "Report.h"
-#include "ResultWatch.h"
+#include "sim/ResultWatch.h"
 
 namespace MlagTool {
 

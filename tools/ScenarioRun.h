@@ -14,7 +14,7 @@
 
 #include <ostream>
 
-#include "Scenario.h"
+#include "sim/Scenario.h"
 
 namespace MlagTool {
 

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "Catalog.h"
-#include "Scenario.h"
+#include "sim/Scenario.h"
 #include "ScenarioRun.h"
 #include "ShowFrom.h"
 #include "trace/Handle.h"

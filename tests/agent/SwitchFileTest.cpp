@@ -1,10 +1,10 @@
 // The switch file: the scenario loader's rules, with places named in the
 // switch file's own terms; the shipped halves of the default pair.
-#include "SwitchFile.h"
+#include "sim/SwitchFile.h"
 
 #include <gtest/gtest.h>
 
-#include "Scenario.h"
+#include "sim/Scenario.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "MlagConfigCheckBacklog.h"
+#include "ConfigCheck/MlagConfigCheckBacklog.h"
 
 #include <vector>
 

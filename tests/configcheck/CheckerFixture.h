@@ -9,10 +9,10 @@
 #include <map>
 #include <string>
 
-#include "ConfigCheckDesc.h"
-#include "ConfigPluginDir.h"
-#include "GenericConfig.h"
-#include "MlagConfigCheckTrace.h"
+#include "ConfigCheck/ConfigCheckDesc.h"
+#include "ConfigCheck/ConfigPluginDir.h"
+#include "ConfigCheck/GenericConfig.h"
+#include "ConfigCheck/MlagConfigCheckTrace.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/DynamicEntity.h"
 #include "kiv/Exception.h"

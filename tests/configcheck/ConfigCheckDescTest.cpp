@@ -1,4 +1,4 @@
-#include "ConfigCheckDesc.h"
+#include "ConfigCheck/ConfigCheckDesc.h"
 
 #include <gtest/gtest.h>
 

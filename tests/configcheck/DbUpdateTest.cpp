@@ -1,7 +1,7 @@
-#include "MlagConfigCheckDbUpdate.h"
+#include "ConfigCheck/MlagConfigCheckDbUpdate.h"
 
 #include "CheckerFixture.h"
-#include "MlagConfigCheckUtil.h"
+#include "ConfigCheck/MlagConfigCheckUtil.h"
 
 namespace {
 

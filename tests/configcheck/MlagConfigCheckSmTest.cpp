@@ -1,9 +1,9 @@
-#include "MlagConfigCheckSm.h"
+#include "ConfigCheck/MlagConfigCheckSm.h"
 
 #include <functional>
 
 #include "CheckerFixture.h"
-#include "MlagConfigCheckUtil.h"
+#include "ConfigCheck/MlagConfigCheckUtil.h"
 #include "kiv/Exception.h"
 #include "kiv/Type.h"
 

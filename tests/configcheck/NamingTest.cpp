@@ -1,4 +1,4 @@
-#include "MlagConfigCheckNaming.h"
+#include "ConfigCheck/MlagConfigCheckNaming.h"
 
 #include "CheckerFixture.h"
 #include "mlag/ReloadDelay.h"

@@ -1,7 +1,7 @@
-#include "P2pToStatehubSm.h"
+#include "ConfigCheck/P2pToStatehubSm.h"
 
 #include "CheckerFixture.h"
-#include "MlagConfigCheckUtil.h"
+#include "ConfigCheck/MlagConfigCheckUtil.h"
 #include "kiv/Exception.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "MlagConfigCheckTypes.h"
+#include "ConfigCheck/MlagConfigCheckTypes.h"
 
 #include <gtest/gtest.h>
 

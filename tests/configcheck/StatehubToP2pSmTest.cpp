@@ -1,7 +1,7 @@
-#include "StatehubToP2pSm.h"
+#include "ConfigCheck/StatehubToP2pSm.h"
 
 #include "CheckerFixture.h"
-#include "MlagConfigCheckNaming.h"
+#include "ConfigCheck/MlagConfigCheckNaming.h"
 #include "kiv/Exception.h"
 
 namespace {

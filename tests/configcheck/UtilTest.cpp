@@ -1,4 +1,4 @@
-#include "MlagConfigCheckUtil.h"
+#include "ConfigCheck/MlagConfigCheckUtil.h"
 
 #include "CheckerFixture.h"
 

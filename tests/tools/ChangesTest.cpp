@@ -4,9 +4,9 @@
 
 #include <filesystem>
 
-#include "Pair.h"
-#include "RandomScenario.h"
-#include "ResultWatch.h"
+#include "sim/Pair.h"
+#include "soak/RandomScenario.h"
+#include "sim/ResultWatch.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "ConfigCheckDesc.h"
+#include "ConfigCheck/ConfigCheckDesc.h"
 #include "kiv/DynamicEntity.h"
 #include "kiv/Value.h"
 

@@ -2,7 +2,7 @@
 
 #include "ConfigBuilder.h"
 #include "DescriptorJson.h"
-#include "MlagConfigCheckNaming.h"
+#include "ConfigCheck/MlagConfigCheckNaming.h"
 #include "OneLine.h"
 #include "Scenario.h"
 

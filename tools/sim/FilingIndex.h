@@ -25,7 +25,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "ConfigCheckDesc.h"
+#include "ConfigCheck/ConfigCheckDesc.h"
 #include "porta/IntfId.h"
 
 namespace MlagSim {

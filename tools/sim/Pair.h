@@ -22,10 +22,10 @@
 #include <string>
 #include <vector>
 
-#include "ConfigCheckDesc.h"
-#include "ConfigPluginDir.h"
-#include "GenericConfig.h"
-#include "MlagConfigCheckSm.h"
+#include "ConfigCheck/ConfigCheckDesc.h"
+#include "ConfigCheck/ConfigPluginDir.h"
+#include "ConfigCheck/GenericConfig.h"
+#include "ConfigCheck/MlagConfigCheckSm.h"
 #include "Scenario.h"
 #include "kiv/DynamicEntity.h"
 #include "mlag/MlagConfig.h"

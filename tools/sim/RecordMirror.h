@@ -18,7 +18,7 @@
 #include <map>
 #include <memory>
 
-#include "GenericConfig.h"
+#include "ConfigCheck/GenericConfig.h"
 #include "trace/Context.h"
 
 namespace MlagSim {

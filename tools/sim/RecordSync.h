@@ -16,7 +16,7 @@
 #include <map>
 #include <memory>
 
-#include "GenericConfig.h"
+#include "ConfigCheck/GenericConfig.h"
 
 namespace MlagSim {
 

@@ -8,8 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "ConfigPluginDir.h"
-#include "GenericConfig.h"
+#include "ConfigCheck/ConfigPluginDir.h"
+#include "ConfigCheck/GenericConfig.h"
 
 namespace MlagSim {
 

@@ -5,9 +5,9 @@
 #include <map>
 #include <set>
 
-#include "Pair.h"
+#include "sim/Pair.h"
 #include "RandomScenario.h"
-#include "Scenario.h"
+#include "sim/Scenario.h"
 #include "kiv/Ptr.h"
 #include "kiv/System.h"
 #include "orv/CodefBase.h"

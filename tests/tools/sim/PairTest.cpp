@@ -1,11 +1,11 @@
-#include "Pair.h"
+#include "sim/Pair.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 
 #include "ExampleScenario.h"
-#include "ResultJson.h"
+#include "sim/ResultJson.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/Ptr.h"
 #include "kiv/System.h"

@@ -1,8 +1,8 @@
-#include "RecordMirror.h"
+#include "sim/RecordMirror.h"
 
 #include <gtest/gtest.h>
 
-#include "ResultJson.h"
+#include "sim/ResultJson.h"
 
 namespace {
 

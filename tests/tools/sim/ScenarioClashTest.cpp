@@ -5,7 +5,7 @@
 // " mlag<id>", and nothing at all for an MLAG-only interface without an id.
 #include <gtest/gtest.h>
 
-#include "Scenario.h"
+#include "sim/Scenario.h"
 
 namespace {
 

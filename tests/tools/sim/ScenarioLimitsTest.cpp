@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Scenario.h"
+#include "sim/Scenario.h"
 
 namespace {
 

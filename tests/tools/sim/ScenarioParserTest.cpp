@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "ExampleScenario.h"
-#include "Pair.h"
-#include "Scenario.h"
-#include "Soak.h"
+#include "sim/Pair.h"
+#include "sim/Scenario.h"
+#include "soak/Soak.h"
 
 namespace {
 

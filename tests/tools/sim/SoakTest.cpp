@@ -1,14 +1,14 @@
-#include "Soak.h"
+#include "soak/Soak.h"
 
 #include <gtest/gtest.h>
 
 #include <utility>
 
 #include "ExampleScenario.h"
-#include "Pair.h"
-#include "RandomScenario.h"
-#include "ResultJson.h"
-#include "Scenario.h"
+#include "sim/Pair.h"
+#include "soak/RandomScenario.h"
+#include "sim/ResultJson.h"
+#include "sim/Scenario.h"
 #include "kiv/System.h"
 
 namespace {
