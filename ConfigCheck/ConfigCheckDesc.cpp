@@ -1,7 +1,7 @@
 #include "ConfigCheckDesc.h"
 
-#include "kiv/GenericIf.h"
 #include "kiv/Exception.h"
+#include "kiv/GenericIf.h"
 #include "kiv/Type.h"
 
 namespace Mlag::ConfigCheck {

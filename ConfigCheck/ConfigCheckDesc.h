@@ -17,41 +17,39 @@ namespace Mlag::ConfigCheck {
 // The accessors of one String -> String map of the descriptor: per-key
 // changes notify on<Name>(key) then on<Name>kivImmediate(); emptying the map
 // notifies each key, then on<Name>().
-#define MLAG_DESC_STRING_MAP(name, Name)                                                   \
- public:                                                                                   \
-   Kiv::String name(const Kiv::String & key) const { return name##_.get(key); }            \
-   void name##Is(const Kiv::String & key, const Kiv::String & value) {                     \
-      if (name##_.set(key, value)) name##Changed(key);                                     \
-   }                                                                                       \
-   void name##Del(const Kiv::String & key) {                                               \
-      if (name##_.del(key)) name##Changed(key);                                            \
-   }                                                                                       \
-   /* Removes the entry `it` stands on; the iterator stays usable. */                   \
-   void name##Del(Kiv::HashMap< Kiv::String, Kiv::String >::Iterator & it) {               \
-      if (!it.valid()) return;                                                             \
-      Kiv::String key = it.key();                                                          \
-      name##_.map().erase(it);                                                             \
-      name##Changed(key);                                                                  \
-   }                                                                                       \
-   void name##DelAll() {                                                                   \
-      for (auto & it : name##_.map()) name##Del(it);                                       \
-      KIV_NOTIFY_ON(on##Name());                                                           \
-   }                                                                                       \
-   void name##Notify(const Kiv::String & key) { name##Changed(key); }                      \
-   const Kiv::HashMap< Kiv::String, Kiv::String > & name##Map() const noexcept {           \
-      return name##_.map();                                                                \
-   }                                                                                       \
-   Kiv::HashMap< Kiv::String, Kiv::String > & name##Map() noexcept {                       \
-      return name##_.map();                                                                \
-   }                                                                                       \
-                                                                                           \
- private:                                                                                  \
-   void name##Changed(const Kiv::String & key) {                                           \
-      KIV_NOTIFY_ON(on##Name(key));                                                        \
-      KIV_NOTIFY_ON(on##Name##kivImmediate());                                             \
-   }                                                                                       \
-   Kiv::ValueTable< Kiv::String, Kiv::String > name##_;                                    \
-                                                                                           \
+#define MLAG_DESC_STRING_MAP(name, Name)                                                     \
+ public:                                                                                     \
+   Kiv::String name(const Kiv::String & key) const { return name##_.get(key); }              \
+   void name##Is(const Kiv::String & key, const Kiv::String & value) {                       \
+      if (name##_.set(key, value)) name##Changed(key);                                       \
+   }                                                                                         \
+   void name##Del(const Kiv::String & key) {                                                 \
+      if (name##_.del(key)) name##Changed(key);                                              \
+   }                                                                                         \
+   /* Removes the entry `it` stands on; the iterator stays usable. */                        \
+   void name##Del(Kiv::HashMap< Kiv::String, Kiv::String >::Iterator & it) {                 \
+      if (!it.valid()) return;                                                               \
+      Kiv::String key = it.key();                                                            \
+      name##_.map().erase(it);                                                               \
+      name##Changed(key);                                                                    \
+   }                                                                                         \
+   void name##DelAll() {                                                                     \
+      for (auto & it : name##_.map()) name##Del(it);                                         \
+      KIV_NOTIFY_ON(on##Name());                                                             \
+   }                                                                                         \
+   void name##Notify(const Kiv::String & key) { name##Changed(key); }                        \
+   const Kiv::HashMap< Kiv::String, Kiv::String > & name##Map() const noexcept {             \
+      return name##_.map();                                                                  \
+   }                                                                                         \
+   Kiv::HashMap< Kiv::String, Kiv::String > & name##Map() noexcept { return name##_.map(); } \
+                                                                                             \
+ private:                                                                                    \
+   void name##Changed(const Kiv::String & key) {                                             \
+      KIV_NOTIFY_ON(on##Name(key));                                                          \
+      KIV_NOTIFY_ON(on##Name##kivImmediate());                                               \
+   }                                                                                         \
+   Kiv::ValueTable< Kiv::String, Kiv::String > name##_;                                      \
+                                                                                             \
  public:
 
 class ConfigCheckDesc : public Kiv::Entity {

@@ -85,16 +85,15 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
       Kiv::String value = localValueText(*desc, config->genericIfGet(*attrRecord));
       Kiv::String defaultValue = desc->defaultVal(attr);
       if (!defaultValue.empty()) {
-         MLAG_TRACE_FN(9, updateUtilSignature, "Default value is ", defaultValue,
-                       " for attribute ", attr);
+         MLAG_TRACE_FN(9, updateUtilSignature, "Default value is ", defaultValue, " for attribute ",
+                       attr);
       }
       MLAG_TRACE_FN(9, updateUtilSignature, "Updating ", paramName, " with local val ", value);
       fileLocalValue(*desc, pluginDir, intfId, paramName, name, value, defaultValue);
       if (!p2pConfig) continue;
       // A value equal to its default is left out of the record: to the peer,
       // its absence already means the default.
-      if (!desc->absenceImpliesDefaultVal() ||
-          !isValueDefault(pluginDir, paramName, name, value)) {
+      if (!desc->absenceImpliesDefaultVal() || !isValueDefault(pluginDir, paramName, name, value)) {
          p2pConfig->attrIs(attr, value);
       }
    }
@@ -108,8 +107,8 @@ void updateConfigCheckDbUtil(const Kiv::Ptr< ConfigCheckDesc > & desc,
       for (Kiv::GenericIterator member = config->genericIfIterator(*attrRecord); member.valid();
            member.advance()) {
          const Kiv::String key = stringUnquote(strRep(member.key()));
-         Kiv::String paramName = getParamName(desc, collectionMemberParam(key, displayName),
-                                              intfId, presentMlagId, name);
+         Kiv::String paramName = getParamName(desc, collectionMemberParam(key, displayName), intfId,
+                                              presentMlagId, name);
          if (paramName.empty()) continue;
          Kiv::String value = localValueText(*desc, member.value());
          MLAG_TRACE_FN(9, updateUtilSignature, "Updating ", paramName, " with local val ", value);

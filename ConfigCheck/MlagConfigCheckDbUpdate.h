@@ -58,6 +58,7 @@ void insertPeerParam(const Kiv::Ptr< ConfigPluginDir > & pluginDir, Kiv::String 
                      Kiv::String owner, Porta::IntfId intfId, Kiv::String peerVal);
 
 // The MLAG id text of `intfId` in `mlagConfig`; empty when either is missing.
-Kiv::String mlagIdOf(const Kiv::PtrConst< Mlag::Config > & mlagConfig, const Porta::IntfId & intfId);
+Kiv::String mlagIdOf(const Kiv::PtrConst< Mlag::Config > & mlagConfig,
+                     const Porta::IntfId & intfId);
 
 } // namespace Mlag::ConfigCheck

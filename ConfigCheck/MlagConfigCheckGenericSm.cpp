@@ -6,8 +6,7 @@
 
 namespace Mlag::ConfigCheck {
 
-GenericHandler::GenericHandler(const Kiv::Ptr< Kiv::GenericIf > & entity,
-                               StatehubToP2pSm * context)
+GenericHandler::GenericHandler(const Kiv::Ptr< Kiv::GenericIf > & entity, StatehubToP2pSm * context)
       : NotifieeConst(entity), context_(context) {}
 
 void GenericHandler::attributeChange(const Kiv::KivAttr & attr, const Kiv::GenericValue & entity) {

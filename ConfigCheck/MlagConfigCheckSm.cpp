@@ -47,15 +47,14 @@ Kiv::GenericValue objectValue(const Kiv::Ptr< Kiv::PtrInterface > & object) {
 
 Kiv::Ptr< MlagConfigCheckSm > createFromArgs(const GenericArgs & args) {
    requireArgCount(args, 7, "MlagConfigCheckSm");
-   return mlagConfigCheckSmFactory(argObject< ConfigPluginDir >(args, 0), argString(args, 1),
-                                   argObject< Kiv::Entity >(args, 2),
-                                   argObject< GenericConfig >(args, 3),
-                                   argObject< GenericConfig >(args, 4),
-                                   argObject< ConfigCheckDesc >(args, 5),
-                                   argObject< const Mlag::Config >(args, 6));
+   return mlagConfigCheckSmFactory(
+      argObject< ConfigPluginDir >(args, 0), argString(args, 1), argObject< Kiv::Entity >(args, 2),
+      argObject< GenericConfig >(args, 3), argObject< GenericConfig >(args, 4),
+      argObject< ConfigCheckDesc >(args, 5), argObject< const Mlag::Config >(args, 6));
 }
 
-Kiv::Ptr< Kiv::KivType > typeWithAttrs(const char * name, std::initializer_list< const char * > attrs) {
+Kiv::Ptr< Kiv::KivType > typeWithAttrs(const char * name,
+                                       std::initializer_list< const char * > attrs) {
    auto type = Kiv::kivNew< Kiv::KivType >(name);
    for (const char * attr : attrs) type->attrIs(attr, false);
    return type;
@@ -70,8 +69,13 @@ MlagConfigCheckSm::MlagConfigCheckSm(const Kiv::Ptr< ConfigPluginDir > & configC
                                      const Kiv::Ptr< GenericConfig > & compareConfig,
                                      const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
                                      const Kiv::PtrConst< Mlag::Config > & mlagConfig)
-      : configCheck_(configCheck), name_(name), readConfig_(readConfig), writeConfig_(writeConfig),
-        compareConfig_(compareConfig), configCheckDesc_(configCheckDesc), mlagConfig_(mlagConfig) {
+      : configCheck_(configCheck),
+        name_(name),
+        readConfig_(readConfig),
+        writeConfig_(writeConfig),
+        compareConfig_(compareConfig),
+        configCheckDesc_(configCheckDesc),
+        mlagConfig_(mlagConfig) {
    // Should initialization throw, the members release their references in
    // reverse order and no half-built object survives.
    handleInitialized();
@@ -113,7 +117,7 @@ Kiv::Ptr< StatehubToP2pSm > MlagConfigCheckSm::statehubToP2pSmIs(
       return present;
    }
    statehubToP2pSm_ = StatehubToP2pSm::StatehubToP2pSmIs(clock, configCheck, name, readConfig,
-                                                          writeConfig, configCheckDesc, mlagConfig);
+                                                         writeConfig, configCheckDesc, mlagConfig);
    return Kiv::validPtr(statehubToP2pSm_);
 }
 
@@ -128,7 +132,7 @@ Kiv::Ptr< P2pToStatehubSm > MlagConfigCheckSm::p2pToStatehubSmIs(
       return present;
    }
    p2pToStatehubSm_ = P2pToStatehubSm::P2pToStatehubSmIs(clock, configCheck, peerConfig, name,
-                                                          mlagConfig, parentSm);
+                                                         mlagConfig, parentSm);
    return Kiv::validPtr(p2pToStatehubSm_);
 }
 
@@ -161,7 +165,8 @@ void MlagConfigCheckSm::handleInitialized() {
 
 void MlagConfigCheckSm::handleLocalSmCreation(Kiv::String name, Kiv::Ptr< Kiv::GenericIf > config) {
    const Kiv::PtrConst< Kiv::Clock > clock = Kiv::activityManager()->config()->clock();
-   statehubToP2pSmIs(clock, configCheck_, name, config, writeConfig_, configCheckDesc_, mlagConfig_);
+   statehubToP2pSmIs(clock, configCheck_, name, config, writeConfig_, configCheckDesc_,
+                     mlagConfig_);
 }
 
 void MlagConfigCheckSm::handlePeerSmCreation(Kiv::String name) {
@@ -187,19 +192,39 @@ bool MlagConfigCheckSm::genericIfOp(GenericOp op, std::string_view attrName,
    const std::uint32_t id = attr->id;
    if (op == GenericOp::get) {
       switch (id) {
-      case 1: result = objectValue(configCheck_); return true;
-      case 2: result = Kiv::Value::string(name_); return true;
-      case 3: result = objectValue(readConfig_); return true;
-      case 4: result = objectValue(writeConfig_); return true;
-      case 5: result = objectValue(compareConfig_); return true;
-      case 6: result = objectValue(configCheckDesc_); return true;
-      case 7:
-         result = objectValue(Kiv::Ptr< Kiv::PtrInterface >(const_cast< Mlag::Config * >(mlagConfig_.get())));
-         return true;
-      case 8: result = objectValue(statehubToP2pSm_); return true;
-      case 9: result = objectValue(p2pToStatehubSm_); return true;
-      case 12: result = Kiv::Value::boolean(initialized_); return true;
-      default: unsupportedOp(attrName);
+         case 1:
+            result = objectValue(configCheck_);
+            return true;
+         case 2:
+            result = Kiv::Value::string(name_);
+            return true;
+         case 3:
+            result = objectValue(readConfig_);
+            return true;
+         case 4:
+            result = objectValue(writeConfig_);
+            return true;
+         case 5:
+            result = objectValue(compareConfig_);
+            return true;
+         case 6:
+            result = objectValue(configCheckDesc_);
+            return true;
+         case 7:
+            result = objectValue(
+               Kiv::Ptr< Kiv::PtrInterface >(const_cast< Mlag::Config * >(mlagConfig_.get())));
+            return true;
+         case 8:
+            result = objectValue(statehubToP2pSm_);
+            return true;
+         case 9:
+            result = objectValue(p2pToStatehubSm_);
+            return true;
+         case 12:
+            result = Kiv::Value::boolean(initialized_);
+            return true;
+         default:
+            unsupportedOp(attrName);
       }
    }
    if (op == GenericOp::set && id == 12) {
@@ -231,19 +256,20 @@ bool MlagConfigCheckSm::genericIfOp(GenericOp op, std::string_view attrName,
    }
    if (op == GenericOp::call) {
       switch (id) {
-      case 10:
-         requireArgCount(args, 2, "handleLocalSmCreation");
-         handleLocalSmCreation(argString(args, 0), argObject< Kiv::GenericIf >(args, 1));
-         return true;
-      case 11:
-         requireArgCount(args, 1, "handlePeerSmCreation");
-         handlePeerSmCreation(argString(args, 0));
-         return true;
-      case 13:
-         requireArgCount(args, 0, "handleInitialized");
-         handleInitialized();
-         return true;
-      default: break;
+         case 10:
+            requireArgCount(args, 2, "handleLocalSmCreation");
+            handleLocalSmCreation(argString(args, 0), argObject< Kiv::GenericIf >(args, 1));
+            return true;
+         case 11:
+            requireArgCount(args, 1, "handlePeerSmCreation");
+            handlePeerSmCreation(argString(args, 0));
+            return true;
+         case 13:
+            requireArgCount(args, 0, "handleInitialized");
+            handleInitialized();
+            return true;
+         default:
+            break;
       }
    }
    unsupportedOp(attrName);
@@ -251,11 +277,11 @@ bool MlagConfigCheckSm::genericIfOp(GenericOp op, std::string_view attrName,
 
 const Kiv::KivType & MlagConfigCheckSm::kivType() {
    static const Kiv::Ptr< Kiv::KivType > type = [] {
-      auto t = typeWithAttrs("Mlag::ConfigCheck::MlagConfigCheckSm",
-                             {"configCheck", "name", "readConfig", "writeConfig", "compareConfig",
-                              "configCheckDesc", "mlagConfig", "statehubToP2pSm",
-                              "p2pToStatehubSm", "handleLocalSmCreation", "handlePeerSmCreation",
-                              "initialized", "handleInitialized"});
+      auto t = typeWithAttrs(
+         "Mlag::ConfigCheck::MlagConfigCheckSm",
+         {"configCheck", "name", "readConfig", "writeConfig", "compareConfig", "configCheckDesc",
+          "mlagConfig", "statehubToP2pSm", "p2pToStatehubSm", "handleLocalSmCreation",
+          "handlePeerSmCreation", "initialized", "handleInitialized"});
       t->factoryIs([](const GenericArgs & args) {
          return Kiv::Ptr< Kiv::PtrInterface >(createFromArgs(args));
       });
@@ -264,13 +290,12 @@ const Kiv::KivType & MlagConfigCheckSm::kivType() {
    return *type;
 }
 
-Kiv::Ptr< MlagConfigCheckSm >
-mlagConfigCheckSmFactory(const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
-                         const Kiv::Ptr< Kiv::Entity > & readConfig,
-                         const Kiv::Ptr< GenericConfig > & writeConfig,
-                         const Kiv::Ptr< GenericConfig > & compareConfig,
-                         const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
-                         const Kiv::PtrConst< Mlag::Config > & mlagConfig) {
+Kiv::Ptr< MlagConfigCheckSm > mlagConfigCheckSmFactory(
+   const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
+   const Kiv::Ptr< Kiv::Entity > & readConfig, const Kiv::Ptr< GenericConfig > & writeConfig,
+   const Kiv::Ptr< GenericConfig > & compareConfig,
+   const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
+   const Kiv::PtrConst< Mlag::Config > & mlagConfig) {
    return MlagConfigCheckSm::MlagConfigCheckSmIs(configCheck, name, readConfig, writeConfig,
                                                  compareConfig, configCheckDesc, mlagConfig);
 }
@@ -286,8 +311,8 @@ Kiv::Ptr< MlagConfigCheckSm > SmContainer::configCheckSmIs(
    const Kiv::Ptr< MlagConfigCheckSm > & present = configCheckSm_;
    if (present && present->configCheck() == configCheck && present->name() == name &&
        present->readConfig() == readConfig && present->writeConfig() == writeConfig &&
-       present->compareConfig() == compareConfig &&
-       present->configCheckDesc() == configCheckDesc && present->mlagConfig() == mlagConfig) {
+       present->compareConfig() == compareConfig && present->configCheckDesc() == configCheckDesc &&
+       present->mlagConfig() == mlagConfig) {
       return present;
    }
    // Built before the present machine is let go: a replacement that cannot
@@ -318,24 +343,25 @@ void registerConfigCheckTypes() {
    static bool registered = false;
    if (registered) return;
    registered = true;
-   Kiv::typeNodeIs(Kiv::Ptr< Kiv::KivType >(const_cast< Kiv::KivType * >(&MlagConfigCheckSm::kivType())));
-   Kiv::typeNodeIs(typeWithAttrs("Mlag::ConfigCheck::StatehubToP2pSm",
-                                 {"clock", "configCheck", "name", "readConfig", "writeConfig",
-                                  "configCheckDesc", "mlagConfig", "mlagId", "statehubToP2pSm",
-                                  "backlog", "bookmark", "initialized"}));
+   Kiv::typeNodeIs(
+      Kiv::Ptr< Kiv::KivType >(const_cast< Kiv::KivType * >(&MlagConfigCheckSm::kivType())));
+   Kiv::typeNodeIs(typeWithAttrs(
+      "Mlag::ConfigCheck::StatehubToP2pSm",
+      {"clock", "configCheck", "name", "readConfig", "writeConfig", "configCheckDesc", "mlagConfig",
+       "mlagId", "statehubToP2pSm", "backlog", "bookmark", "initialized"}));
    registerConfigCheckDescType();
-   auto container = typeWithAttrs("Mlag::ConfigCheck::SmContainer",
-                                  {"name", "fullName", "parent", "parentAttrName", "entity",
-                                   "configCheckSm"});
+   auto container =
+      typeWithAttrs("Mlag::ConfigCheck::SmContainer",
+                    {"name", "fullName", "parent", "parentAttrName", "entity", "configCheckSm"});
    container->factoryIs([](const GenericArgs & args) {
       requireArgCount(args, 1, "SmContainer");
       return Kiv::Ptr< Kiv::PtrInterface >(smContainerFactory(Kiv::Name(argString(args, 0))));
    });
    Kiv::typeNodeIs(container);
-   Kiv::typeNodeIs(typeWithAttrs("Mlag::ConfigCheck::P2pToStatehubSm",
-                                 {"clock", "configCheck", "peerConfig", "name", "mlagConfig",
-                                  "parentSm", "mlagId", "configCheckDesc", "p2pToStatehubSm",
-                                  "backlog", "bookmark", "initialized"}));
+   Kiv::typeNodeIs(typeWithAttrs(
+      "Mlag::ConfigCheck::P2pToStatehubSm",
+      {"clock", "configCheck", "peerConfig", "name", "mlagConfig", "parentSm", "mlagId",
+       "configCheckDesc", "p2pToStatehubSm", "backlog", "bookmark", "initialized"}));
    registerSmCodefKeyType();
 }
 

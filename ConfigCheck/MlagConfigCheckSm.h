@@ -36,13 +36,12 @@ class MlagConfigCheckSm : public Kiv::PtrInterface {
    ~MlagConfigCheckSm() override;
 
    // Allocates, constructs (which initializes), then switches notifications on.
-   static Kiv::Ptr< MlagConfigCheckSm >
-   MlagConfigCheckSmIs(const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
-                       const Kiv::Ptr< Kiv::Entity > & readConfig,
-                       const Kiv::Ptr< GenericConfig > & writeConfig,
-                       const Kiv::Ptr< GenericConfig > & compareConfig,
-                       const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
-                       const Kiv::PtrConst< Mlag::Config > & mlagConfig);
+   static Kiv::Ptr< MlagConfigCheckSm > MlagConfigCheckSmIs(
+      const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
+      const Kiv::Ptr< Kiv::Entity > & readConfig, const Kiv::Ptr< GenericConfig > & writeConfig,
+      const Kiv::Ptr< GenericConfig > & compareConfig,
+      const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
+      const Kiv::PtrConst< Mlag::Config > & mlagConfig);
 
    const Kiv::Ptr< ConfigPluginDir > & configCheck() const noexcept { return configCheck_; }
    const Kiv::String & name() const noexcept { return name_; }
@@ -58,13 +57,12 @@ class MlagConfigCheckSm : public Kiv::PtrInterface {
 
    // Instantiating setters: the present object when every constructor
    // argument is the same, otherwise a new one that replaces it.
-   Kiv::Ptr< StatehubToP2pSm >
-   statehubToP2pSmIs(const Kiv::PtrConst< Kiv::Clock > & clock,
-                     const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
-                     const Kiv::Ptr< Kiv::GenericIf > & readConfig,
-                     const Kiv::Ptr< GenericConfig > & writeConfig,
-                     const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
-                     const Kiv::PtrConst< Mlag::Config > & mlagConfig);
+   Kiv::Ptr< StatehubToP2pSm > statehubToP2pSmIs(
+      const Kiv::PtrConst< Kiv::Clock > & clock, const Kiv::Ptr< ConfigPluginDir > & configCheck,
+      const Kiv::String & name, const Kiv::Ptr< Kiv::GenericIf > & readConfig,
+      const Kiv::Ptr< GenericConfig > & writeConfig,
+      const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
+      const Kiv::PtrConst< Mlag::Config > & mlagConfig);
    Kiv::Ptr< P2pToStatehubSm > p2pToStatehubSmIs(const Kiv::PtrConst< Kiv::Clock > & clock,
                                                  const Kiv::Ptr< ConfigPluginDir > & configCheck,
                                                  const Kiv::PtrConst< GenericConfig > & peerConfig,
@@ -103,13 +101,12 @@ class MlagConfigCheckSm : public Kiv::PtrInterface {
    bool initialized_ = false;
 };
 
-Kiv::Ptr< MlagConfigCheckSm >
-mlagConfigCheckSmFactory(const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
-                         const Kiv::Ptr< Kiv::Entity > & readConfig,
-                         const Kiv::Ptr< GenericConfig > & writeConfig,
-                         const Kiv::Ptr< GenericConfig > & compareConfig,
-                         const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
-                         const Kiv::PtrConst< Mlag::Config > & mlagConfig);
+Kiv::Ptr< MlagConfigCheckSm > mlagConfigCheckSmFactory(
+   const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
+   const Kiv::Ptr< Kiv::Entity > & readConfig, const Kiv::Ptr< GenericConfig > & writeConfig,
+   const Kiv::Ptr< GenericConfig > & compareConfig,
+   const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
+   const Kiv::PtrConst< Mlag::Config > & mlagConfig);
 
 class SmContainer : public Kiv::Entity {
  public:
@@ -121,13 +118,12 @@ class SmContainer : public Kiv::Entity {
    ~SmContainer() override;
 
    const Kiv::Ptr< MlagConfigCheckSm > & configCheckSm() const noexcept { return configCheckSm_; }
-   Kiv::Ptr< MlagConfigCheckSm >
-   configCheckSmIs(const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
-                   const Kiv::Ptr< Kiv::Entity > & readConfig,
-                   const Kiv::Ptr< GenericConfig > & writeConfig,
-                   const Kiv::Ptr< GenericConfig > & compareConfig,
-                   const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
-                   const Kiv::PtrConst< Mlag::Config > & mlagConfig);
+   Kiv::Ptr< MlagConfigCheckSm > configCheckSmIs(
+      const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
+      const Kiv::Ptr< Kiv::Entity > & readConfig, const Kiv::Ptr< GenericConfig > & writeConfig,
+      const Kiv::Ptr< GenericConfig > & compareConfig,
+      const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
+      const Kiv::PtrConst< Mlag::Config > & mlagConfig);
    Kiv::Ptr< MlagConfigCheckSm > configCheckSmDel();
 
  private:

@@ -14,9 +14,8 @@ Kiv::Trace::Handle & traceHandle();
 
 } // namespace Mlag::ConfigCheck
 
-#define MLAG_TRACE(level, ...)                                                             \
+#define MLAG_TRACE(level, ...) \
    KIV_TRACE(::Mlag::ConfigCheck::traceHandle(), kivTraceSource, level, __VA_ARGS__)
 // The same with the function's signature text given explicitly.
-#define MLAG_TRACE_FN(level, signature, ...)                                               \
-   KIV_TRACE_FN(::Mlag::ConfigCheck::traceHandle(), kivTraceSource, level, signature,     \
-                __VA_ARGS__)
+#define MLAG_TRACE_FN(level, signature, ...) \
+   KIV_TRACE_FN(::Mlag::ConfigCheck::traceHandle(), kivTraceSource, level, signature, __VA_ARGS__)

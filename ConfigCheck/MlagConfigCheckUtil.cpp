@@ -122,7 +122,8 @@ void prefetchIntfTables(const PluginDirPtr & pluginPtr,
 
 void handleLocalIntfDelete(PluginDirPtr pluginPtr, Kiv::String intfName) {
    KIV_ASSERT(pluginPtr);
-   MLAG_TRACE(7, "Clearing local entry for plugin ", pluginPtr->name(), " interface name ", intfName);
+   MLAG_TRACE(7, "Clearing local entry for plugin ", pluginPtr->name(), " interface name ",
+              intfName);
    const Kiv::Name intfKey(intfName);
    for (auto & it : pluginPtr->configIntfDirMap()) {
       Kiv::Ptr< ConfigIntfDir > table = it.value();

@@ -19,8 +19,7 @@ namespace Mlag::ConfigCheck {
 template < class Owner >
 class MlagConfigReactor : public Mlag::Config::NotifieeConst {
  public:
-   MlagConfigReactor(const Kiv::PtrConst< Mlag::Config > & config, Owner * owner)
-         : owner_(owner) {
+   MlagConfigReactor(const Kiv::PtrConst< Mlag::Config > & config, Owner * owner) : owner_(owner) {
       notifierIs(config);
    }
    void onIntfConfig(const Porta::IntfId & intfId) override {
@@ -33,8 +32,8 @@ class MlagConfigReactor : public Mlag::Config::NotifieeConst {
 
 // The configuration `reactor` watches; null when there is no reactor.
 template < class Owner >
-Kiv::PtrConst< Mlag::Config >
-watchedMlagConfig(const std::unique_ptr< MlagConfigReactor< Owner > > & reactor) {
+Kiv::PtrConst< Mlag::Config > watchedMlagConfig(
+   const std::unique_ptr< MlagConfigReactor< Owner > > & reactor) {
    return reactor ? reactor->notifier() : Kiv::PtrConst< Mlag::Config >();
 }
 

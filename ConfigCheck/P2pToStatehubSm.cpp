@@ -61,8 +61,8 @@ Kiv::Ptr< P2pToStatehubSm > P2pToStatehubSm::P2pToStatehubSmIs(
    const Kiv::PtrConst< Mlag::Config > & mlagConfig, P2pToStatehubSm * parentSm) {
    Kiv::validPtr(clock);
    Kiv::validPtr(configCheck);
-   auto sm = Kiv::kivNew< P2pToStatehubSm >(clock, configCheck, peerConfig, name, mlagConfig,
-                                            parentSm);
+   auto sm =
+      Kiv::kivNew< P2pToStatehubSm >(clock, configCheck, peerConfig, name, mlagConfig, parentSm);
    sm->hasNotificationActiveIs(true);
    return sm;
 }
@@ -223,7 +223,8 @@ void P2pToStatehubSm::handleCollectionChange(const CollectionConfig & collection
 }
 
 void P2pToStatehubSm::handleNestedGlobalConfig(Kiv::String configName) {
-   MLAG_TRACE_FN(8, "void Mlag::ConfigCheck::P2pToStatehubSm::handleNestedGlobalConfig(Kiv::String)",
+   MLAG_TRACE_FN(8,
+                 "void Mlag::ConfigCheck::P2pToStatehubSm::handleNestedGlobalConfig(Kiv::String)",
                  " for ", configName);
    enqueue(SmCodefKey(Kiv::Name(configName), name_));
 }
@@ -278,7 +279,7 @@ void P2pToStatehubSm::processSmCodefKey(const SmCodefKey & key) {
       record ? record->nestedGlobalConfig(key.name()) : Kiv::Ptr< GenericConfig >();
    Kiv::Ptr< GenericConfig > peerIntfConfig =
       record ? record->nestedIntfConfig(key.name()) : Kiv::Ptr< GenericConfig >();
-   KIV_ASSERT(!( peerGlobalConfig && peerIntfConfig));
+   KIV_ASSERT(!(peerGlobalConfig && peerIntfConfig));
    if (!peerGlobalConfig && !peerIntfConfig) {
       Kiv::Ptr< P2pToStatehubSm > sm = p2pToStatehubSm(name);
       if (!sm) {
@@ -296,8 +297,8 @@ void P2pToStatehubSm::processSmCodefKey(const SmCodefKey & key) {
    }
    MLAG_TRACE(7, "Handle peer nested config add ", name);
    const Kiv::PtrConst< Kiv::Clock > clock = Kiv::activityManager()->config()->clock();
-   p2pToStatehubSmIs(clock, configCheck_, peerGlobalConfig ? peerGlobalConfig : peerIntfConfig, name,
-                     mlagConfig());
+   p2pToStatehubSmIs(clock, configCheck_, peerGlobalConfig ? peerGlobalConfig : peerIntfConfig,
+                     name, mlagConfig());
 }
 
 std::uint64_t P2pToStatehubSm::processBacklog(const Kiv::Seconds & startTime) {

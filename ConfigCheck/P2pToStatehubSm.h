@@ -50,11 +50,10 @@ class P2pToStatehubSm : public ConfigCheckSmBase {
                    const Kiv::PtrConst< Mlag::Config > & mlagConfig, P2pToStatehubSm * parentSm);
    ~P2pToStatehubSm() override;
 
-   static Kiv::Ptr< P2pToStatehubSm >
-   P2pToStatehubSmIs(const Kiv::PtrConst< Kiv::Clock > & clock,
-                     const Kiv::Ptr< ConfigPluginDir > & configCheck,
-                     const Kiv::PtrConst< GenericConfig > & peerConfig, const Kiv::String & name,
-                     const Kiv::PtrConst< Mlag::Config > & mlagConfig, P2pToStatehubSm * parentSm);
+   static Kiv::Ptr< P2pToStatehubSm > P2pToStatehubSmIs(
+      const Kiv::PtrConst< Kiv::Clock > & clock, const Kiv::Ptr< ConfigPluginDir > & configCheck,
+      const Kiv::PtrConst< GenericConfig > & peerConfig, const Kiv::String & name,
+      const Kiv::PtrConst< Mlag::Config > & mlagConfig, P2pToStatehubSm * parentSm);
 
    const Kiv::Ptr< ConfigPluginDir > & configCheck() const noexcept { return configCheck_; }
    const Kiv::String & name() const noexcept { return name_; }

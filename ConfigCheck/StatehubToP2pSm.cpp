@@ -33,8 +33,12 @@ StatehubToP2pSm::StatehubToP2pSm(const Kiv::PtrConst< Kiv::Clock > & clock,
                                  const Kiv::Ptr< GenericConfig > & writeConfig,
                                  const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
                                  const Kiv::PtrConst< Mlag::Config > & mlagConfig)
-      : ConfigCheckSmBase(clock), configCheck_(configCheck), name_(name), readConfig_(readConfig),
-        writeConfig_(writeConfig), configCheckDesc_(configCheckDesc) {
+      : ConfigCheckSmBase(clock),
+        configCheck_(configCheck),
+        name_(name),
+        readConfig_(readConfig),
+        writeConfig_(writeConfig),
+        configCheckDesc_(configCheckDesc) {
    watchMlagConfig(mlagConfig_, mlagConfig, this);
    handleInitialized();
 }
@@ -240,9 +244,10 @@ void StatehubToP2pSm::onAttributeChange(const Kiv::KivAttr & attr, const Kiv::Ge
    const Kiv::String valueStr = value ? strRep(value) : Kiv::String();
    const Kiv::String keyStr = key ? strRep(key) : Kiv::String();
    // The value shows in its own text form, the value string as a text.
-   MLAG_TRACE(8, "On attribute change, parameter name = ", attr.name, ", readConfig = ",
-              readConfig_, ", writeConfig = ", writeConfig_, ", value = ", value.strep().view(),
-              " value string = ", valueStr, " , key = ", keyStr);
+   MLAG_TRACE(8, "On attribute change, parameter name = ", attr.name,
+              ", readConfig = ", readConfig_, ", writeConfig = ", writeConfig_,
+              ", value = ", value.strep().view(), " value string = ", valueStr,
+              " , key = ", keyStr);
    const Kiv::String attrLookup = configCheckDesc_->attrName(attr.name);
    const Kiv::String collectionLookup = configCheckDesc_->collectionName(attr.name);
    MLAG_TRACE(8, "parameter name : ", attr.name, ", attr name lookup : ", attrLookup,
@@ -303,8 +308,8 @@ void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
                                           const Kiv::GenericValue & value,
                                           const Kiv::String & valueText) {
    const Kiv::String keyStr = stringUnquote(key ? strRep(key) : Kiv::String());
-   MLAG_TRACE_FN(8, updateDbSignature, "Interface ", name_, ", attr  ", attr.name, ", key = ",
-                 keyStr, ", value = ", value.strep().view());
+   MLAG_TRACE_FN(8, updateDbSignature, "Interface ", name_, ", attr  ", attr.name,
+                 ", key = ", keyStr, ", value = ", value.strep().view());
    const Kiv::String attrLookup = configCheckDesc_->attrName(attr.name);
    const Kiv::String collectionLookup = configCheckDesc_->collectionName(attr.name);
    if (!attrLookup.empty() || !collectionLookup.empty()) {
@@ -312,15 +317,15 @@ void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
       const Kiv::String base =
          attrLookup.empty() ? collectionMemberParam(keyStr, collectionLookup) : attrLookup;
       fileLocalValue(*configCheckDesc_, configCheck_, intfId,
-                     getParamName(configCheckDesc_, base, intfId, mlagId_, name_), name_,
-                     valueText, configCheckDesc_->defaultVal(attr.name));
+                     getParamName(configCheckDesc_, base, intfId, mlagId_, name_), name_, valueText,
+                     configCheckDesc_->defaultVal(attr.name));
       return;
    }
    if (Kiv::Ptr< ConfigCheckDesc > nestedDesc =
           configCheckDesc_->nestedConfigCheckDesc(Kiv::Name(attr.name))) {
-      const Kiv::Ptr< GenericConfig > record = getIntfId(keyStr)
-                                                  ? writeConfig->nestedIntfConfig(Kiv::Name(keyStr))
-                                                  : writeConfig->nestedGlobalConfig(Kiv::Name(keyStr));
+      const Kiv::Ptr< GenericConfig > record =
+         getIntfId(keyStr) ? writeConfig->nestedIntfConfig(Kiv::Name(keyStr))
+                           : writeConfig->nestedGlobalConfig(Kiv::Name(keyStr));
       updateConfigCheckDbUtil(nestedDesc, configCheck_, mlagConfig(), mlagId_,
                               value.isEntity() ? value.entity() : Kiv::Ptr< Kiv::GenericIf >(),
                               record, keyStr, false);
@@ -330,14 +335,16 @@ void StatehubToP2pSm::updateConfigCheckDb(const Kiv::GenericValue & key,
 }
 
 void StatehubToP2pSm::handleLocalSmCreation(Kiv::String name, Kiv::String paramName) {
-   MLAG_TRACE_FN(8, "void Mlag::ConfigCheck::StatehubToP2pSm::handleLocalSmCreation(Kiv::String, Kiv::String)",
-                 paramName, " for ", name);
+   MLAG_TRACE_FN(
+      8, "void Mlag::ConfigCheck::StatehubToP2pSm::handleLocalSmCreation(Kiv::String, Kiv::String)",
+      paramName, " for ", name);
    enqueue(SmCodefKey(Kiv::Name(name), paramName));
 }
 
 void StatehubToP2pSm::handleLocalSmDeletion(Kiv::String name, Kiv::String paramName) {
-   MLAG_TRACE_FN(8, "void Mlag::ConfigCheck::StatehubToP2pSm::handleLocalSmDeletion(Kiv::String, Kiv::String)",
-                 paramName, " for ", name);
+   MLAG_TRACE_FN(
+      8, "void Mlag::ConfigCheck::StatehubToP2pSm::handleLocalSmDeletion(Kiv::String, Kiv::String)",
+      paramName, " for ", name);
    enqueue(SmCodefKey(Kiv::Name(name), paramName));
 }
 
@@ -362,8 +369,9 @@ void StatehubToP2pSm::processSmCodefKey(const SmCodefKey & key) {
          MLAG_TRACE(8, "statehubToP2pSm for ", name, " already exists");
          return;
       }
-      Kiv::Ptr< GenericConfig > record = intfId ? writeConfig_->nestedIntfConfigIs(Kiv::Name(name))
-                                                : writeConfig_->nestedGlobalConfigIs(Kiv::Name(name));
+      Kiv::Ptr< GenericConfig > record = intfId
+                                            ? writeConfig_->nestedIntfConfigIs(Kiv::Name(name))
+                                            : writeConfig_->nestedGlobalConfigIs(Kiv::Name(name));
       if (!record) {
          MLAG_TRACE(8, "Error in determining p2p entity to write to for ", name);
          return;

@@ -50,13 +50,12 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
                    const Kiv::PtrConst< Mlag::Config > & mlagConfig);
    ~StatehubToP2pSm() override;
 
-   static Kiv::Ptr< StatehubToP2pSm >
-   StatehubToP2pSmIs(const Kiv::PtrConst< Kiv::Clock > & clock,
-                     const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
-                     const Kiv::Ptr< Kiv::GenericIf > & readConfig,
-                     const Kiv::Ptr< GenericConfig > & writeConfig,
-                     const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
-                     const Kiv::PtrConst< Mlag::Config > & mlagConfig);
+   static Kiv::Ptr< StatehubToP2pSm > StatehubToP2pSmIs(
+      const Kiv::PtrConst< Kiv::Clock > & clock, const Kiv::Ptr< ConfigPluginDir > & configCheck,
+      const Kiv::String & name, const Kiv::Ptr< Kiv::GenericIf > & readConfig,
+      const Kiv::Ptr< GenericConfig > & writeConfig,
+      const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
+      const Kiv::PtrConst< Mlag::Config > & mlagConfig);
 
    const Kiv::Ptr< ConfigPluginDir > & configCheck() const noexcept { return configCheck_; }
    const Kiv::String & name() const noexcept { return name_; }
@@ -76,13 +75,12 @@ class StatehubToP2pSm : public ConfigCheckSmBase {
    Kiv::Ptr< StatehubToP2pSm > statehubToP2pSm(const Kiv::String & name) const;
    // The nested machine under `name`, created when absent; a present one with
    // a different constructor parameter is refused with the name-in-use error.
-   Kiv::Ptr< StatehubToP2pSm >
-   statehubToP2pSmIs(const Kiv::PtrConst< Kiv::Clock > & clock,
-                     const Kiv::Ptr< ConfigPluginDir > & configCheck, const Kiv::String & name,
-                     const Kiv::Ptr< Kiv::GenericIf > & readConfig,
-                     const Kiv::Ptr< GenericConfig > & writeConfig,
-                     const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
-                     const Kiv::PtrConst< Mlag::Config > & mlagConfig);
+   Kiv::Ptr< StatehubToP2pSm > statehubToP2pSmIs(
+      const Kiv::PtrConst< Kiv::Clock > & clock, const Kiv::Ptr< ConfigPluginDir > & configCheck,
+      const Kiv::String & name, const Kiv::Ptr< Kiv::GenericIf > & readConfig,
+      const Kiv::Ptr< GenericConfig > & writeConfig,
+      const Kiv::Ptr< ConfigCheckDesc > & configCheckDesc,
+      const Kiv::PtrConst< Mlag::Config > & mlagConfig);
    void statehubToP2pSmDel(const Kiv::String & name);
    void statehubToP2pSmDelAll();
    void statehubToP2pSmNotify(const Kiv::String & name);

@@ -1,10 +1,10 @@
 #include "ReloadSoak.h"
 
-#include "soak/Entropy.h"
-#include "sim/Pair.h"
-#include "soak/Soak.h"
 #include "SwitchAgent.h"
 #include "kiv/System.h"
+#include "sim/Pair.h"
+#include "soak/Entropy.h"
+#include "soak/Soak.h"
 
 namespace MlagAgent {
 

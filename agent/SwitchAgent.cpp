@@ -2,11 +2,11 @@
 
 #include <stdexcept>
 
-#include "sim/ConfigBuilder.h"
-#include "ConfigDiff.h"
 #include "ConfigCheck/P2pToStatehubSm.h"
-#include "sim/ResultJson.h"
 #include "ConfigCheck/StatehubToP2pSm.h"
+#include "ConfigDiff.h"
+#include "sim/ConfigBuilder.h"
+#include "sim/ResultJson.h"
 #include "sim/StepApply.h"
 
 namespace MlagAgent {

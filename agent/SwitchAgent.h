@@ -25,9 +25,9 @@
 #include "ConfigCheck/ConfigPluginDir.h"
 #include "ConfigCheck/GenericConfig.h"
 #include "ConfigCheck/MlagConfigCheckSm.h"
-#include "sim/SwitchFile.h"
 #include "kiv/DynamicEntity.h"
 #include "mlag/MlagConfig.h"
+#include "sim/SwitchFile.h"
 
 namespace MlagAgent {
 

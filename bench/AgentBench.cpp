@@ -8,9 +8,9 @@
 #include <chrono>
 
 #include "BenchFixtures.h"
-#include "sim/Pair.h"
 #include "SwitchAgent.h"
 #include "kiv/System.h"
+#include "sim/Pair.h"
 
 namespace {
 

@@ -14,7 +14,8 @@ nlohmann::json pairScenarioJson(int interfaces, int params) {
    nlohmann::json desc;
    nlohmann::json nested;
    nested["mlagInterfacesOnly"] = true;
-   for (int p = 0; p < params; ++p) nested["attrName"][paramAttr(p)] = "intf param " + std::to_string(p);
+   for (int p = 0; p < params; ++p)
+      nested["attrName"][paramAttr(p)] = "intf param " + std::to_string(p);
    for (int g = 0; g < globalParams; ++g) {
       desc["attrName"]["global" + std::to_string(g)] = "global param " + std::to_string(g);
    }

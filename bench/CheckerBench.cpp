@@ -1,10 +1,10 @@
 // One change through one side of the checker, a disabled trace statement,
 // and the longest backlog slice. Trace text is off and the ring buffer on,
 // as in production.
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <chrono>
-
-#include <benchmark/benchmark.h>
 
 #include "ConfigCheck/MlagConfigCheckTrace.h"
 #include "ConfigCheck/P2pToStatehubSm.h"
@@ -44,8 +44,8 @@ void BM_LocalScalarChange(benchmark::State & state) {
    intf->valueIs("mtu", Kiv::Value::integer(9000));
    auto record = Kiv::kivNew< GenericConfig >(Kiv::Name("bench"));
    auto mlag = mlagConfig();
-   auto sm = StatehubToP2pSm::StatehubToP2pSmIs(clock(), dir, "Local", config, record,
-                                                 intfDesc(), mlag);
+   auto sm =
+      StatehubToP2pSm::StatehubToP2pSmIs(clock(), dir, "Local", config, record, intfDesc(), mlag);
    Kiv::activityManager()->runUntilIdle();
    std::int64_t value = 9000;
    for (auto _ : state) {
@@ -115,7 +115,7 @@ void BM_SliceLatency(benchmark::State & state) {
       auto record = Kiv::kivNew< GenericConfig >(Kiv::Name("bench"));
       state.ResumeTiming();
       auto sm = StatehubToP2pSm::StatehubToP2pSmIs(clock(), dir, "Local", config, record, desc,
-                                                    Kiv::PtrConst< Mlag::Config >());
+                                                   Kiv::PtrConst< Mlag::Config >());
       for (;;) {
          auto start = std::chrono::steady_clock::now();
          if (!Kiv::activityManager()->runOnce()) break;
@@ -129,8 +129,8 @@ void BM_SliceLatency(benchmark::State & state) {
    }
    state.counters["longest_slice_us"] = longest * 1e6;
    state.counters["quantum_us"] = Orv::CodefBase::defaultBacklogQuantum * 1e6;
-   state.counters["slices"] = benchmark::Counter(static_cast< double >(slices),
-                                                 benchmark::Counter::kAvgIterations);
+   state.counters["slices"] =
+      benchmark::Counter(static_cast< double >(slices), benchmark::Counter::kAvgIterations);
    Kiv::System::virtualTimeIs(0);
 }
 BENCHMARK(BM_SliceLatency)->Unit(benchmark::kMillisecond)->Iterations(3);

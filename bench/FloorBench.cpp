@@ -1,9 +1,9 @@
 // The floor: the same writes into bare standard containers, so that the
 // checker's figures can be read as ratios measured in the same run.
+#include <benchmark/benchmark.h>
+
 #include <string>
 #include <unordered_map>
-
-#include <benchmark/benchmark.h>
 
 #include "BenchFixtures.h"
 

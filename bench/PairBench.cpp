@@ -59,8 +59,6 @@ void BM_PairStart(benchmark::State & state) {
    }
    state.SetItemsProcessed(state.iterations() * entryCount(interfaces, params));
 }
-BENCHMARK(BM_PairStart)
-   ->ArgsProduct({{256, 1024, 4096}, {8, 32}})
-   ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PairStart)->ArgsProduct({{256, 1024, 4096}, {8, 32}})->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "kiv/Ptr.h"
 #include "sim/Pair.h"
 #include "sim/Scenario.h"
-#include "kiv/Ptr.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t * data, std::size_t size) {
    const std::string_view text(reinterpret_cast< const char * >(data), size);

@@ -83,9 +83,8 @@ void addDescriptor(const MlagSim::Scenario & scenario, const std::string & plugi
    }
    common.mlagInterfacesOnly = flagOf(descriptor, "mlagInterfacesOnly");
    common.absenceImpliesDefault = flagOf(descriptor, "absenceImpliesDefaultVal");
-   common.scope = model.empty()
-                     ? "global"
-                     : nestedScope(scenario, plugin, model, common.mlagInterfacesOnly);
+   common.scope =
+      model.empty() ? "global" : nestedScope(scenario, plugin, model, common.mlagInterfacesOnly);
    if (auto o = descriptor.find("valueStrOverride"); o != descriptor.end() && o->is_object()) {
       // An empty replacement replaces nothing, in the checker as here.
       for (const auto & [from, to] : o->items()) {
@@ -139,8 +138,8 @@ std::vector< CatalogEntry > catalog(const MlagSim::Scenario & scenario) {
 
 std::string catalogTable(const std::vector< CatalogEntry > & entries) {
    if (entries.empty()) return "no parameters are checked\n";
-   Table table({"plugin", "parameter", "attribute", "kind", "model", "scope", "default",
-                "value overrides"});
+   Table table(
+      {"plugin", "parameter", "attribute", "kind", "model", "scope", "default", "value overrides"});
    for (const CatalogEntry & e : entries) {
       std::string defaultText = orDash(e.defaultVal);
       if (e.absenceImpliesDefault) defaultText += " (equal counts as unset)";

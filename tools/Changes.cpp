@@ -26,10 +26,10 @@ bool moved(const ComparedValue & a, const ComparedValue & b) {
 }
 
 bool orderedBefore(const ComparedValue & a, const ComparedValue & b) {
-   return std::make_tuple(std::cref(a.plugin), !a.row.interface.empty(),
-                          std::cref(a.row.parameter), std::cref(a.row.interface)) <
-          std::make_tuple(std::cref(b.plugin), !b.row.interface.empty(),
-                          std::cref(b.row.parameter), std::cref(b.row.interface));
+   return std::make_tuple(std::cref(a.plugin), !a.row.interface.empty(), std::cref(a.row.parameter),
+                          std::cref(a.row.interface)) <
+          std::make_tuple(std::cref(b.plugin), !b.row.interface.empty(), std::cref(b.row.parameter),
+                          std::cref(b.row.interface));
 }
 
 std::string seenByText(const ComparedValue & v) {
@@ -107,13 +107,12 @@ std::string changesTable(const std::vector< Change > & changes, const SwitchName
                 "seen by"});
    for (const Change & c : changes) {
       const Row & r = c.value.row;
-      table.rowIs({changeText(c.kind), c.value.plugin, r.parameter,
-                   r.interface.empty() ? "-" : r.interface, shownValue(r.local, r.defaultVal),
-                   shownValue(r.peer, r.defaultVal),
-                   c.kind == ChangeKind::cleared ? "-"
-                                                 : statusText(r.status, names.first, names.second),
-                   seenByText(c.value)},
-                  highlightOf(c));
+      table.rowIs(
+         {changeText(c.kind), c.value.plugin, r.parameter, r.interface.empty() ? "-" : r.interface,
+          shownValue(r.local, r.defaultVal), shownValue(r.peer, r.defaultVal),
+          c.kind == ChangeKind::cleared ? "-" : statusText(r.status, names.first, names.second),
+          seenByText(c.value)},
+         highlightOf(c));
    }
    return table.render(colour);
 }

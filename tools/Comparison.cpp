@@ -78,9 +78,9 @@ Json rowJson(const ComparedValue & v, const SwitchNames & n) {
 }
 
 Json setJson(const std::string & plugin, const SetSummary & s) {
-   return {{"plugin", plugin},       {"name", s.name},       {"scope", scopeText(s.scope)},
-           {"interface", s.interface}, {"group", s.group}, {"mlagId", s.mlagId},
-           {"agree", s.agree},         {"differ", s.differ}, {"onlyOnFirst", s.onlyLocal},
+   return {{"plugin", plugin},          {"name", s.name},     {"scope", scopeText(s.scope)},
+           {"interface", s.interface},  {"group", s.group},   {"mlagId", s.mlagId},
+           {"agree", s.agree},          {"differ", s.differ}, {"onlyOnFirst", s.onlyLocal},
            {"onlyOnSecond", s.onlyPeer}};
 }
 
@@ -161,8 +161,8 @@ std::string reason(const ComparedValue & value, const SwitchNames & names) {
    return out;
 }
 
-nlohmann::json reportJson(const nlohmann::json & result, const std::vector< CatalogEntry > & catalog,
-                          bool mismatchesOnly) {
+nlohmann::json reportJson(const nlohmann::json & result,
+                          const std::vector< CatalogEntry > & catalog, bool mismatchesOnly) {
    const SwitchNames names = switchNames(result);
    const std::vector< ComparedValue > values = comparedValues(result, catalog);
    Json rows = Json::array(), sets = Json::array();
@@ -181,8 +181,8 @@ nlohmann::json reportJson(const nlohmann::json & result, const std::vector< Cata
       }
    }
    counts["total"] = values.size();
-   const bool consistent = counts["differ"] == 0 && counts["onlyOnFirst"] == 0 &&
-                           counts["onlyOnSecond"] == 0;
+   const bool consistent =
+      counts["differ"] == 0 && counts["onlyOnFirst"] == 0 && counts["onlyOnSecond"] == 0;
    return {{"consistent", consistent},
            {"counts", std::move(counts)},
            {"rows", std::move(rows)},

@@ -27,9 +27,9 @@ struct SwitchNames {
 
 struct ComparedValue {
    std::string plugin;
-   Row row; // local: the first switch's value; peer: the second's
-   std::vector< std::string > seenBy;  // the switches whose results hold the entry
-   std::string provisionalIn;          // the switch holding it under the provisional key, if any
+   Row row;                           // local: the first switch's value; peer: the second's
+   std::vector< std::string > seenBy; // the switches whose results hold the entry
+   std::string provisionalIn;         // the switch holding it under the provisional key, if any
 };
 
 SwitchNames switchNames(const nlohmann::json & result);
@@ -48,7 +48,7 @@ std::string reason(const ComparedValue & value, const SwitchNames & names);
 // {"consistent", "counts", "rows", "sets", "switches"}; documented in
 // docs/report.md. `mismatchesOnly` leaves out the rows and sets that agree;
 // the counts always cover every row.
-nlohmann::json reportJson(const nlohmann::json & result, const std::vector< CatalogEntry > & catalog,
-                          bool mismatchesOnly = false);
+nlohmann::json reportJson(const nlohmann::json & result,
+                          const std::vector< CatalogEntry > & catalog, bool mismatchesOnly = false);
 
 } // namespace MlagTool

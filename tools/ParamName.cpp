@@ -44,8 +44,8 @@ bool ParamNameReader::resolve(const std::string & base, bool mlagOnly, ParamName
    // wins, so "vlan" never takes a member of "allowed vlan".
    const std::string * best = nullptr;
    for (const auto & [c, entry] : collections) {
-      if (base.size() > c.size() + 1 && base.ends_with(c) && base[base.size() - c.size() - 1] == ' ' &&
-          (best == nullptr || c.size() > best->size())) {
+      if (base.size() > c.size() + 1 && base.ends_with(c) &&
+          base[base.size() - c.size() - 1] == ' ' && (best == nullptr || c.size() > best->size())) {
          best = &c;
       }
    }

@@ -36,10 +36,10 @@ std::string pluginSection(const PluginRows & p, const std::string & localName,
    for (const Row & r : p.rows) {
       if (options.mismatchesOnly && r.status == Status::agree) continue;
       if (options.summary && !r.name.member.empty()) continue;
-      table.rowIs({r.parameter, r.interface.empty() ? "-" : r.interface,
-                   shownValue(r.local, r.defaultVal), shownValue(r.peer, r.defaultVal),
-                   statusText(r.status, localName, peerName)},
-                  highlightOf(r.status));
+      table.rowIs(
+         {r.parameter, r.interface.empty() ? "-" : r.interface, shownValue(r.local, r.defaultVal),
+          shownValue(r.peer, r.defaultVal), statusText(r.status, localName, peerName)},
+         highlightOf(r.status));
    }
    const std::string sets = setLines(p, localName, peerName, options);
    const std::string heading = "plugin " + escaped(p.plugin);

@@ -5,8 +5,8 @@
 #include "Catalog.h"
 #include "Changes.h"
 #include "Comparison.h"
-#include "sim/Pair.h"
 #include "Report.h"
+#include "sim/Pair.h"
 #include "sim/ResultWatch.h"
 
 namespace MlagTool {

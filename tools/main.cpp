@@ -22,9 +22,9 @@
 #include <vector>
 
 #include "Catalog.h"
-#include "sim/Scenario.h"
 #include "ScenarioRun.h"
 #include "ShowFrom.h"
+#include "sim/Scenario.h"
 #include "trace/Handle.h"
 #include "trace/RingLog.h"
 
@@ -199,8 +199,9 @@ int main(int argc, char ** argv) {
       return usageError(oneLine(e.what()));
    }
 
-   const CLI::App * subcommand =
-      catalog->parsed() ? catalog : showCommand->parsed() ? showCommand : nullptr;
+   const CLI::App * subcommand = catalog->parsed()       ? catalog
+                                 : showCommand->parsed() ? showCommand
+                                                         : nullptr;
    if (subcommand != nullptr) {
       // What comes before the subcommand belongs to the main command.
       for (const CLI::Option * option : own) {
@@ -238,11 +239,11 @@ int main(int argc, char ** argv) {
    int status = exitUsage;
    try {
       show.colour = colourWanted();
-      status = catalog->parsed()       ? runCatalog(c)
-               : showCommand->parsed() ? MlagTool::showFrom(show, std::cout)
-                                       : MlagTool::runScenario(
-                                            MlagSim::loadScenario(scenarioPath(o.scenario)), o.run,
-                                            std::cout);
+      status = catalog->parsed() ? runCatalog(c)
+               : showCommand->parsed()
+                  ? MlagTool::showFrom(show, std::cout)
+                  : MlagTool::runScenario(MlagSim::loadScenario(scenarioPath(o.scenario)), o.run,
+                                          std::cout);
    } catch (const std::exception & e) {
       // A ScenarioError's text already names the file and the location.
       status = usageError(e.what());

@@ -13,6 +13,6 @@ namespace Kiv {
 
 } // namespace Kiv
 
-#define KIV_ASSERT(expr)                                                                   \
-   ((expr) ? static_cast< void >(0)                                                        \
+#define KIV_ASSERT(expr)            \
+   ((expr) ? static_cast< void >(0) \
            : ::Kiv::assertFailed(#expr, __FILE__, __LINE__, __PRETTY_FUNCTION__))

@@ -101,7 +101,8 @@ GenericIterator DynamicEntity::genericIfIterator(const KivAttr & attr) const {
       return GenericIterator(std::make_unique< EmptyIterator >());
    }
    auto & members = slots_[attr.id - 1].collection->members;
-   return GenericIterator(std::make_unique< MemberIterator >(PtrConst< DynamicEntity >(this), members));
+   return GenericIterator(
+      std::make_unique< MemberIterator >(PtrConst< DynamicEntity >(this), members));
 }
 
 Value DynamicEntity::value(const String & attr) const {
@@ -128,7 +129,7 @@ GenericValue DynamicEntity::member(const String & collection, const String & key
 }
 
 Ptr< DynamicEntity > DynamicEntity::entityMember(const String & collection,
-                                                  const String & key) const {
+                                                 const String & key) const {
    GenericValue m = member(collection, key);
    return m.isEntity() ? ptrCast< DynamicEntity >(m.entity()) : Ptr< DynamicEntity >();
 }

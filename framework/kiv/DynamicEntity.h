@@ -5,7 +5,8 @@
 //
 //   auto cfg = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name("lacp"));
 //   cfg->valueIs("systemPriority", Kiv::Value::integer(32768));
-//   cfg->entityMemberIs("intfConfig", "Port-Channel10")->valueIs("mode", Kiv::Value::string("active"));
+//   cfg->entityMemberIs("intfConfig", "Port-Channel10")->valueIs("mode",
+//   Kiv::Value::string("active"));
 //
 // Notifications (raw, see GenericIf): a scalar change notifies its attribute
 // id; adding, changing or removing a member notifies the id and the member's

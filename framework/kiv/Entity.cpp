@@ -1,9 +1,9 @@
 #include "kiv/Entity.h"
 
-#include "kiv/Strep.h"
-
 #include <string>
 #include <vector>
+
+#include "kiv/Strep.h"
 
 namespace Kiv {
 

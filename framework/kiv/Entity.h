@@ -123,7 +123,7 @@ class EntityTable {
    // when it was created.
    template < class... A >
    std::pair< Ptr< T >, bool > getOrCreate(const K & key, Entity * owner, const String & attrName,
-                                          A &&... args) {
+                                           A &&... args) {
       auto [member, created] =
          map_.getOrInsert(key, [&] { return kivNew< T >(std::forward< A >(args)...); });
       // A copy: the stored pointer moves when the map grows.
@@ -154,18 +154,18 @@ class EntityTable {
 #define KIV_NOTIFY_ON(call) kivNotifyEach< NotifieeConst >([&](NotifieeConst & n) { n.call; })
 
 // A scalar attribute `name` of type `Type`; watchers receive on<Name>().
-#define KIV_SCALAR(Type, name, Name)                                                 \
- public:                                                                             \
-   const Type & name() const noexcept { return name##_; }                            \
-   void name##Is(const Type & value) {                                               \
-      if (name##_ == value) return;                                                  \
-      name##_ = value;                                                               \
-      KIV_NOTIFY_ON(on##Name());                                           \
-   }                                                                                 \
-                                                                                     \
- private:                                                                            \
-   Type name##_{};                                                                   \
-                                                                                     \
+#define KIV_SCALAR(Type, name, Name)                      \
+ public:                                                  \
+   const Type & name() const noexcept { return name##_; } \
+   void name##Is(const Type & value) {                    \
+      if (name##_ == value) return;                       \
+      name##_ = value;                                    \
+      KIV_NOTIFY_ON(on##Name());                          \
+   }                                                      \
+                                                          \
+ private:                                                 \
+   Type name##_{};                                        \
+                                                          \
  public:
 
 // A keyed collection of values; watchers receive on<Name>(key).
@@ -174,20 +174,20 @@ class EntityTable {
    V name(const K & key) const { return name##_.get(key); }                          \
    bool name##Has(const K & key) const { return name##_.contains(key); }             \
    void name##Is(const K & key, const V & value) {                                   \
-      if (name##_.set(key, value)) KIV_NOTIFY_ON(on##Name(key));         \
+      if (name##_.set(key, value)) KIV_NOTIFY_ON(on##Name(key));                     \
    }                                                                                 \
    void name##Del(const K & key) {                                                   \
-      if (name##_.del(key)) KIV_NOTIFY_ON(on##Name(key));                \
+      if (name##_.del(key)) KIV_NOTIFY_ON(on##Name(key));                            \
    }                                                                                 \
    void name##DelAll() {                                                             \
       Kiv::Ptr< Kiv::PtrInterface > keep(refCount() ? this : nullptr);               \
       for (auto & it : name##_.map()) {                                              \
          K key = it.key();                                                           \
          name##_.map().erase(it);                                                    \
-         KIV_NOTIFY_ON(on##Name(key));                                   \
+         KIV_NOTIFY_ON(on##Name(key));                                               \
       }                                                                              \
    }                                                                                 \
-   void name##Notify(const K & key) { KIV_NOTIFY_ON(on##Name(key)); }    \
+   void name##Notify(const K & key) { KIV_NOTIFY_ON(on##Name(key)); }                \
    std::size_t name##Size() const noexcept { return name##_.size(); }                \
    Kiv::HashMap< K, V > & name##Map() noexcept { return name##_.map(); }             \
    const Kiv::HashMap< K, V > & name##Map() const noexcept { return name##_.map(); } \
@@ -200,38 +200,36 @@ class EntityTable {
 // A keyed collection of nested entities of type T, created from the key (and
 // any further constructor arguments); watchers receive on<Name>(key) when a
 // member is added or removed.
-#define KIV_ENTITY_MAP(K, T, name, Name)                                             \
- public:                                                                             \
-   Kiv::Ptr< T > name(const K & key) const { return name##_.get(key); }              \
-   template < class... A >                                                           \
-   Kiv::Ptr< T > name##Is(const K & key, A &&... args) {                             \
-      /* one shared text for every member's parent attribute name */                 \
-      static const Kiv::String kivAttrName(#name);                                   \
-      auto [member, created] =                                                       \
-         name##_.getOrCreate(key, this, kivAttrName, key, std::forward< A >(args)...); \
-      if (created) KIV_NOTIFY_ON(on##Name(key));                         \
-      return member;                                                                 \
-   }                                                                                 \
-   Kiv::Ptr< T > name##Del(const K & key) {                                          \
-      Kiv::Ptr< T > removed = name##_.del(key);                                      \
-      if (removed) KIV_NOTIFY_ON(on##Name(key));                         \
-      return removed;                                                                \
-   }                                                                                 \
-   void name##DelAll() {                                                             \
-      Kiv::Ptr< Kiv::PtrInterface > keep(refCount() ? this : nullptr);               \
-      for (auto & it : name##_.map()) {                                              \
-         K key = it.key();                                                           \
-         name##Del(key);                                                             \
-      }                                                                              \
-   }                                                                                 \
-   void name##Notify(const K & key) { KIV_NOTIFY_ON(on##Name(key)); }    \
-   std::size_t name##Size() const noexcept { return name##_.size(); }                \
-   Kiv::HashMap< K, Kiv::Ptr< T > > & name##Map() noexcept { return name##_.map(); } \
-   const Kiv::HashMap< K, Kiv::Ptr< T > > & name##Map() const noexcept {             \
-      return name##_.map();                                                          \
-   }                                                                                 \
-                                                                                     \
- private:                                                                            \
-   Kiv::EntityTable< K, T > name##_;                                                 \
-                                                                                     \
+#define KIV_ENTITY_MAP(K, T, name, Name)                                                         \
+ public:                                                                                         \
+   Kiv::Ptr< T > name(const K & key) const { return name##_.get(key); }                          \
+   template < class... A >                                                                       \
+   Kiv::Ptr< T > name##Is(const K & key, A &&... args) {                                         \
+      /* one shared text for every member's parent attribute name */                             \
+      static const Kiv::String kivAttrName(#name);                                               \
+      auto [member, created] =                                                                   \
+         name##_.getOrCreate(key, this, kivAttrName, key, std::forward< A >(args)...);           \
+      if (created) KIV_NOTIFY_ON(on##Name(key));                                                 \
+      return member;                                                                             \
+   }                                                                                             \
+   Kiv::Ptr< T > name##Del(const K & key) {                                                      \
+      Kiv::Ptr< T > removed = name##_.del(key);                                                  \
+      if (removed) KIV_NOTIFY_ON(on##Name(key));                                                 \
+      return removed;                                                                            \
+   }                                                                                             \
+   void name##DelAll() {                                                                         \
+      Kiv::Ptr< Kiv::PtrInterface > keep(refCount() ? this : nullptr);                           \
+      for (auto & it : name##_.map()) {                                                          \
+         K key = it.key();                                                                       \
+         name##Del(key);                                                                         \
+      }                                                                                          \
+   }                                                                                             \
+   void name##Notify(const K & key) { KIV_NOTIFY_ON(on##Name(key)); }                            \
+   std::size_t name##Size() const noexcept { return name##_.size(); }                            \
+   Kiv::HashMap< K, Kiv::Ptr< T > > & name##Map() noexcept { return name##_.map(); }             \
+   const Kiv::HashMap< K, Kiv::Ptr< T > > & name##Map() const noexcept { return name##_.map(); } \
+                                                                                                 \
+ private:                                                                                        \
+   Kiv::EntityTable< K, T > name##_;                                                             \
+                                                                                                 \
  public:

@@ -14,14 +14,12 @@ int slot(ExceptionId id) { return static_cast< int >(id) & 31; }
 Exception::Exception(ExceptionId id, const std::string & text)
       : std::runtime_error(text), id_(id) {}
 
-RangeException::RangeException(const std::string & text)
-      : Exception(ExceptionId::range, text) {}
+RangeException::RangeException(const std::string & text) : Exception(ExceptionId::range, text) {}
 
 NameInUseException::NameInUseException(const std::string & text)
       : Exception(ExceptionId::nameInUse, text) {}
 
-ParseException::ParseException(const std::string & text)
-      : Exception(ExceptionId::parse, text) {}
+ParseException::ParseException(const std::string & text) : Exception(ExceptionId::parse, text) {}
 
 DeserializeAttrException::DeserializeAttrException(const std::string & attrName,
                                                    const std::string & cause)
@@ -32,8 +30,7 @@ DeserializeAttrException::DeserializeAttrException(const std::string & attrName,
 OperationNotSupportedException::OperationNotSupportedException(const std::string & text)
       : Exception(ExceptionId::operationNotSupported, text) {}
 
-TypeException::TypeException(const std::string & text)
-      : Exception(ExceptionId::type, text) {}
+TypeException::TypeException(const std::string & text) : Exception(ExceptionId::type, text) {}
 
 void throwRangeException(const std::string & text) { throw RangeException(text); }
 

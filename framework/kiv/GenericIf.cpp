@@ -19,15 +19,16 @@ GenericValue GenericValue::object(const Ptr< PtrInterface > & object) {
 
 String GenericValue::strep() const {
    switch (kind_) {
-   case Kind::null:
-      return String();
-   case Kind::value:
-      return value_.strep();
-   case Kind::entity:
-      return entity_->kivStrep();
-   case Kind::object:
-      if (auto * entity = dynamic_cast< const Entity * >(object_.get())) return entity->kivStrep();
-      return String("object");
+      case Kind::null:
+         return String();
+      case Kind::value:
+         return value_.strep();
+      case Kind::entity:
+         return entity_->kivStrep();
+      case Kind::object:
+         if (auto * entity = dynamic_cast< const Entity * >(object_.get()))
+            return entity->kivStrep();
+         return String("object");
    }
    return String();
 }

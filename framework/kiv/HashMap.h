@@ -226,9 +226,7 @@ class HashMap {
    // most maps here hold one or a few entries.
    static constexpr std::size_t linearLimit = 8;
 
-   static std::uint32_t hashOf(const K & key) {
-      return static_cast< std::uint32_t >(Hash()(key));
-   }
+   static std::uint32_t hashOf(const K & key) { return static_cast< std::uint32_t >(Hash()(key)); }
    // Bucket count - 1; only meaningful while the index exists.
    std::size_t mask() const { return ~std::uint32_t(0) >> shift_; }
    std::size_t bucketOf(std::uint32_t h) const { return std::uint32_t(h * 2654435769u) >> shift_; }
@@ -374,7 +372,7 @@ class HashMap {
    // An owned array and a derived bucket count instead of two std::vectors:
    // tens of thousands of one-entry maps sit inside entities, and this keeps
    // each map at 40 bytes.
-   Slot * slots_ = nullptr; // insertion order; erased slots stay until compaction
+   Slot * slots_ = nullptr;                   // insertion order; erased slots stay until compaction
    std::unique_ptr< std::uint32_t[] > index_; // bucket -> slot position + 1; 0 = empty
    // Counts fit 32 bits: the index stores slot positions in 32 bits too.
    std::uint32_t size_ = 0;     // slots in use, erased ones included

@@ -30,7 +30,9 @@ String valueToStrep(const String & value) {
    return String(out);
 }
 
-String valueToStrep(const Name & value) { return valueToStrep(static_cast< const String & >(value)); }
+String valueToStrep(const Name & value) {
+   return valueToStrep(static_cast< const String & >(value));
+}
 
 const char * strepToValueEnd(const char * begin, const char * end) {
    if (begin == end || *begin != '\'') {

@@ -37,8 +37,7 @@ const char * strepToValueEnd(const char * begin, const char * end);
 void deserializeAttr(const char *& begin, const char * end, String & out,
                      const std::string & attrName);
 
-[[noreturn]] void rethrowFromDeserializeAttr(const Exception & error,
-                                             const std::string & attrName);
+[[noreturn]] void rethrowFromDeserializeAttr(const Exception & error, const std::string & attrName);
 
 // printf-style formatting into a String.
 String format(const char * pattern, ...) __attribute__((format(printf, 1, 2)));

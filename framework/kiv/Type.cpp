@@ -26,7 +26,8 @@ Ptr< KivType > KivType::extendedBy(const String & name, bool collection) {
    if (listed && (*listed)->attrs_.back().collection == collection) return Ptr< KivType >(*listed);
    Ptr< KivType > extension = kivNew< KivType >(name_);
    extension->attrs_ = attrs_;
-   extension->attrs_.push_back(KivAttr{name, static_cast< std::uint32_t >(attrs_.size() + 1), collection});
+   extension->attrs_.push_back(
+      KivAttr{name, static_cast< std::uint32_t >(attrs_.size() + 1), collection});
    extension->base_ = Ptr< KivType >(this);
    if (!listed) extensions_.insert(name, extension.get());
    return extension;

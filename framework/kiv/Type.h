@@ -14,9 +14,9 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <string_view>
-#include <deque>
 #include <vector>
 
 #include "kiv/HashMap.h"

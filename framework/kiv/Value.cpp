@@ -48,28 +48,28 @@ const PtrConst< StructValue > & Value::structValue() const noexcept {
 
 String Value::strep() const {
    switch (kind()) {
-   case Kind::none:
-      return String();
-   case Kind::string:
-      return valueToStrep(stringValue());
-   case Kind::integer:
-      return String(std::to_string(integerValue()));
-   case Kind::boolean:
-      return String(booleanValue() ? "true" : "false");
-   case Kind::structured: {
-      const StructValue & fields = *structValue();
-      std::string out = "Value(" + valueToStrep(fields.typeName()).stdString() + ", ** {";
-      const char * separator = "";
-      for (const auto & [name, field] : fields.fields()) {
-         out += separator;
-         out += valueToStrep(String(name)).view();
-         out += ": ";
-         out += field.strep().view();
-         separator = ", ";
+      case Kind::none:
+         return String();
+      case Kind::string:
+         return valueToStrep(stringValue());
+      case Kind::integer:
+         return String(std::to_string(integerValue()));
+      case Kind::boolean:
+         return String(booleanValue() ? "true" : "false");
+      case Kind::structured: {
+         const StructValue & fields = *structValue();
+         std::string out = "Value(" + valueToStrep(fields.typeName()).stdString() + ", ** {";
+         const char * separator = "";
+         for (const auto & [name, field] : fields.fields()) {
+            out += separator;
+            out += valueToStrep(String(name)).view();
+            out += ": ";
+            out += field.strep().view();
+            separator = ", ";
+         }
+         out += "})";
+         return String(out);
       }
-      out += "})";
-      return String(out);
-   }
    }
    return String();
 }

@@ -76,9 +76,7 @@ Handle & handle(const char * name) {
    if (last && std::strcmp(last->name().c_str(), name) == 0) return *last;
    auto found = registry->find(name);
    if (found == registry->end()) {
-      found = registry
-                 ->try_emplace(name, std::string(name), levelsFromEnvironment(name))
-                 .first;
+      found = registry->try_emplace(name, std::string(name), levelsFromEnvironment(name)).first;
    }
    last = &found->second;
    return *last;

@@ -24,10 +24,10 @@ struct Segment {
 };
 
 struct Message {
-   std::string source;   // the source tag, e.g. "MlagConfigCheckUtil"
-   int line;             // the statement's source line
+   std::string source; // the source tag, e.g. "MlagConfigCheckUtil"
+   int line;           // the statement's source line
    int level;
-   std::string function; // the signature text that starts each line
+   std::string function;            // the signature text that starts each line
    std::vector< Segment > segments; // in argument order
 };
 

@@ -74,8 +74,8 @@ void RingLog::decodeRange(std::size_t from, std::size_t to,
       std::memcpy(&length, buffer_.data() + from, 4);
       std::memcpy(&id, buffer_.data() + from + 4, 4);
       const Message & m = message(id);
-      std::string line = std::to_string(m.level) + " " + m.source + ":" +
-                         std::to_string(m.line) + " " + m.function + ": ";
+      std::string line = std::to_string(m.level) + " " + m.source + ":" + std::to_string(m.line) +
+                         " " + m.function + ": ";
       const char * in = buffer_.data() + from + headerBytes;
       const char * end = buffer_.data() + from + length;
       for (const Segment & s : m.segments) {

@@ -53,7 +53,8 @@ auto wireOf(const A & value) {
 template < class A >
 Segment segmentOf(const A & value) {
    if constexpr (isPiece< A >) {
-      return {ArgCode::piece, std::string(value, std::find(value, value + std::extent_v< A >, '\0'))};
+      return {ArgCode::piece,
+              std::string(value, std::find(value, value + std::extent_v< A >, '\0'))};
    } else {
       using W = decltype(Arg< A >::wire(value));
       return {Wire< W >::code, {}};
@@ -108,12 +109,12 @@ void emit(const Handle & h, std::uint32_t id, int level, const A &... args) {
 
 } // namespace Kiv::Trace
 
-#define KIV_TRACE_FN(handleExpr, sourceTag, level, signature, ...)                         \
-   do {                                                                                    \
-      static const std::uint32_t kivTraceMessage_ = ::Kiv::Trace::describe(               \
-         (sourceTag), __LINE__, (level), (signature)__VA_OPT__(, ) __VA_ARGS__);           \
+#define KIV_TRACE_FN(handleExpr, sourceTag, level, signature, ...)                           \
+   do {                                                                                      \
+      static const std::uint32_t kivTraceMessage_ = ::Kiv::Trace::describe(                  \
+         (sourceTag), __LINE__, (level), (signature)__VA_OPT__(, ) __VA_ARGS__);             \
       ::Kiv::Trace::emit((handleExpr), kivTraceMessage_, (level)__VA_OPT__(, ) __VA_ARGS__); \
    } while (false)
 
-#define KIV_TRACE(handleExpr, sourceTag, level, ...)                                        \
+#define KIV_TRACE(handleExpr, sourceTag, level, ...) \
    KIV_TRACE_FN(handleExpr, sourceTag, level, __PRETTY_FUNCTION__ __VA_OPT__(, ) __VA_ARGS__)

@@ -51,44 +51,44 @@ void appendQuoted(std::string & out, std::string_view text) {
 
 bool appendDecoded(ArgCode code, const char *& in, const char * end, std::string & out) {
    switch (code) {
-   case ArgCode::integer: {
-      std::int64_t value = 0;
-      if (!take(in, end, value)) return false;
-      Wire< std::int64_t >::appendText(value, out);
-      return true;
-   }
-   case ArgCode::unsignedInteger: {
-      std::uint64_t value = 0;
-      if (!take(in, end, value)) return false;
-      Wire< std::uint64_t >::appendText(value, out);
-      return true;
-   }
-   case ArgCode::real: {
-      double value = 0;
-      if (!take(in, end, value)) return false;
-      Wire< double >::appendText(value, out);
-      return true;
-   }
-   case ArgCode::boolean: {
-      char value = 0;
-      if (!take(in, end, value)) return false;
-      Wire< bool >::appendText(value != 0, out);
-      return true;
-   }
-   case ArgCode::text: {
-      std::string_view text;
-      if (!takeText(in, end, text)) return false;
-      Wire< TextRef >::appendText(TextRef{text}, out);
-      return true;
-   }
-   case ArgCode::quoted: {
-      std::string_view text;
-      if (!takeText(in, end, text)) return false;
-      Wire< QuotedRef >::appendText(QuotedRef{text}, out);
-      return true;
-   }
-   case ArgCode::piece:
-      break;
+      case ArgCode::integer: {
+         std::int64_t value = 0;
+         if (!take(in, end, value)) return false;
+         Wire< std::int64_t >::appendText(value, out);
+         return true;
+      }
+      case ArgCode::unsignedInteger: {
+         std::uint64_t value = 0;
+         if (!take(in, end, value)) return false;
+         Wire< std::uint64_t >::appendText(value, out);
+         return true;
+      }
+      case ArgCode::real: {
+         double value = 0;
+         if (!take(in, end, value)) return false;
+         Wire< double >::appendText(value, out);
+         return true;
+      }
+      case ArgCode::boolean: {
+         char value = 0;
+         if (!take(in, end, value)) return false;
+         Wire< bool >::appendText(value != 0, out);
+         return true;
+      }
+      case ArgCode::text: {
+         std::string_view text;
+         if (!takeText(in, end, text)) return false;
+         Wire< TextRef >::appendText(TextRef{text}, out);
+         return true;
+      }
+      case ArgCode::quoted: {
+         std::string_view text;
+         if (!takeText(in, end, text)) return false;
+         Wire< QuotedRef >::appendText(QuotedRef{text}, out);
+         return true;
+      }
+      case ArgCode::piece:
+         break;
    }
    return true;
 }

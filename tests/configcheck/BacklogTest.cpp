@@ -1,8 +1,7 @@
-#include "ConfigCheck/MlagConfigCheckBacklog.h"
-
 #include <vector>
 
 #include "CheckerFixture.h"
+#include "ConfigCheck/MlagConfigCheckBacklog.h"
 #include "kiv/Exception.h"
 
 namespace {

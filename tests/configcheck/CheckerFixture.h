@@ -94,7 +94,9 @@ inline Kiv::Ptr< Mlag::Config > mlagConfig(
    return mlag;
 }
 
-inline Kiv::PtrConst< Kiv::Clock > checkerClock() { return Kiv::activityManager()->config()->clock(); }
+inline Kiv::PtrConst< Kiv::Clock > checkerClock() {
+   return Kiv::activityManager()->config()->clock();
+}
 
 // The constructor parameter a refused re-creation names, or what went wrong.
 template < class F >
@@ -102,10 +104,12 @@ std::string refusedParameter(F recreate) {
    try {
       recreate();
    } catch (const Kiv::NameInUseException & e) {
-      const std::string what = e.what(), head = "Reinstantiating the pointer interface where "
-                                                "constructor parameter attribute ";
+      const std::string what = e.what(), head =
+                                            "Reinstantiating the pointer interface where "
+                                            "constructor parameter attribute ";
       const std::size_t end = what.find(" has a different value of ");
-      if (!what.starts_with(head) || !what.ends_with(" not allowed") || end == what.npos) return what;
+      if (!what.starts_with(head) || !what.ends_with(" not allowed") || end == what.npos)
+         return what;
       return what.substr(head.size(), end - head.size());
    }
    return "accepted";
@@ -121,12 +125,13 @@ class Traces {
    ~Traces() { traceHandle().levelsUpToIs(-1); }
    bool contains(std::string_view text) const { return sink_.contains(text); }
    std::size_t count(std::string_view text) const {
-      return std::ranges::count_if(sink_.lines(),
-                                   [&](const auto & l) { return l.text.find(text) != l.text.npos; });
+      return std::ranges::count_if(
+         sink_.lines(), [&](const auto & l) { return l.text.find(text) != l.text.npos; });
    }
    // Whether some line ends with `text`: a check of a trace's whole tail.
    bool endsLine(std::string_view text) const {
-      return std::ranges::any_of(sink_.lines(), [&](const auto & l) { return l.text.ends_with(text); });
+      return std::ranges::any_of(sink_.lines(),
+                                 [&](const auto & l) { return l.text.ends_with(text); });
    }
    // The position of the first line containing `text`; npos when none does.
    std::size_t indexOf(std::string_view text) const {

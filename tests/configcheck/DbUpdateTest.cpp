@@ -1,6 +1,5 @@
-#include "ConfigCheck/MlagConfigCheckDbUpdate.h"
-
 #include "CheckerFixture.h"
+#include "ConfigCheck/MlagConfigCheckDbUpdate.h"
 #include "ConfigCheck/MlagConfigCheckUtil.h"
 
 namespace {

@@ -35,15 +35,18 @@ template < class Request, class... A >
 void eachArgumentReplaces(Request request, const std::tuple< A... > & same,
                           const std::tuple< A... > & other) {
    [&]< std::size_t... I >(std::index_sequence< I... >) {
-      ([&] {
-         auto args = same;
-         std::get< I >(args) = std::get< I >(other);
-         auto before = std::apply(request, same);
-         auto replaced = std::apply(request, args);
-         EXPECT_NE(replaced, before) << "argument " << I + 1;
-         EXPECT_EQ(std::apply(request, args), replaced) << "argument " << I + 1;
-      }(), ...);
-   }(std::index_sequence_for< A... >());
+      (
+         [&] {
+            auto args = same;
+            std::get< I >(args) = std::get< I >(other);
+            auto before = std::apply(request, same);
+            auto replaced = std::apply(request, args);
+            EXPECT_NE(replaced, before) << "argument " << I + 1;
+            EXPECT_EQ(std::apply(request, args), replaced) << "argument " << I + 1;
+         }(),
+         ...);
+   }
+   (std::index_sequence_for< A... >());
 }
 
 // One plugin on one switch: its configuration, both records and a results
@@ -57,13 +60,18 @@ class TopLevelTest : public CheckerTestBase {
       peerRecord->attrIs("priority", "2");
       doInsertLocalParam(dir, "stale", "Local", "old");
    }
-   void start() { top = container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, mlag); }
+   void start() {
+      top = container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, mlag);
+   }
    // The top level's constructor arguments, as an agent that knows only the
    // type's name passes them.
    Args sevenArguments() {
-      return {Kiv::GenericValue::object(dir),        Kiv::Value::string("r"),
-              Kiv::GenericValue(Kiv::genericIf(config)), Kiv::GenericValue::object(local),
-              Kiv::GenericValue::object(peerRecord), Kiv::GenericValue::object(desc),
+      return {Kiv::GenericValue::object(dir),
+              Kiv::Value::string("r"),
+              Kiv::GenericValue(Kiv::genericIf(config)),
+              Kiv::GenericValue::object(local),
+              Kiv::GenericValue::object(peerRecord),
+              Kiv::GenericValue::object(desc),
               Kiv::GenericValue::object(mlag)};
    }
 
@@ -113,11 +121,11 @@ TEST_F(TopLevelTest, AnyOneChangedArgumentReplacesAnyOtherKeeps) {
    auto otherRecord = Kiv::kivNew< GenericConfig >(Kiv::Name("other"));
    auto otherDesc = configCheckDescFactory("other");
    auto otherMlag = mlagConfig({});
-   eachArgumentReplaces([&](auto... a) { return top->statehubToP2pSmIs(a...); },
-                        std::tuple(clock, dir, Kiv::String("Local"), Kiv::genericIf(config), local,
-                                   desc, mlag),
-                        std::tuple(otherClock, otherDir, Kiv::String("Other"),
-                                   Kiv::genericIf(otherConfig), otherRecord, otherDesc, otherMlag));
+   eachArgumentReplaces(
+      [&](auto... a) { return top->statehubToP2pSmIs(a...); },
+      std::tuple(clock, dir, Kiv::String("Local"), Kiv::genericIf(config), local, desc, mlag),
+      std::tuple(otherClock, otherDir, Kiv::String("Other"), Kiv::genericIf(otherConfig),
+                 otherRecord, otherDesc, otherMlag));
    eachArgumentReplaces([&](auto... a) { return container->configCheckSmIs(a...); },
                         std::tuple(dir, Kiv::String("lacp"), config, local, peerRecord, desc, mlag),
                         std::tuple(otherDir, Kiv::String("other"), otherConfig, otherRecord,
@@ -214,25 +222,28 @@ TEST_F(TopLevelTest, ReflectiveAccessByAttributeName) {
 
    EXPECT_TRUE(top->genericIfOp(Op::del, "p2pToStatehubSm", {}, result));
    EXPECT_FALSE(top->p2pToStatehubSm());
-   EXPECT_TRUE(top->genericIfOp(Op::call, "handlePeerSmCreation", {Kiv::Value::string("Peer")},
-                                result));
+   EXPECT_TRUE(
+      top->genericIfOp(Op::call, "handlePeerSmCreation", {Kiv::Value::string("Peer")}, result));
    ASSERT_TRUE(top->p2pToStatehubSm());
    EXPECT_TRUE(top->p2pToStatehubSm()->initialized());
    EXPECT_TRUE(top->genericIfOp(Op::del, "statehubToP2pSm", {}, result));
    EXPECT_FALSE(top->statehubToP2pSm());
-   EXPECT_TRUE(top->genericIfOp(Op::call, "handleLocalSmCreation",
-                                {Kiv::Value::string("Local"), Kiv::GenericValue(Kiv::genericIf(config))},
-                                result));
+   EXPECT_TRUE(top->genericIfOp(
+      Op::call, "handleLocalSmCreation",
+      {Kiv::Value::string("Local"), Kiv::GenericValue(Kiv::genericIf(config))}, result));
    ASSERT_TRUE(top->statehubToP2pSm());
 
-   const Kiv::GenericValue clock = Kiv::GenericValue::object(Kiv::activityManager()->config()->clock());
-   auto object = [](const Kiv::Ptr< Kiv::PtrInterface > & o) { return Kiv::GenericValue::object(o); };
+   const Kiv::GenericValue clock =
+      Kiv::GenericValue::object(Kiv::activityManager()->config()->clock());
+   auto object = [](const Kiv::Ptr< Kiv::PtrInterface > & o) {
+      return Kiv::GenericValue::object(o);
+   };
    auto localSide = top->statehubToP2pSm();
-   EXPECT_TRUE(top->genericIfOp(Op::instantiate, "statehubToP2pSm",
-                                {clock, object(dir), Kiv::Value::string("Local"),
-                                 Kiv::GenericValue(Kiv::genericIf(config)), object(local),
-                                 object(desc), object(mlag)},
-                                result));
+   EXPECT_TRUE(top->genericIfOp(
+      Op::instantiate, "statehubToP2pSm",
+      {clock, object(dir), Kiv::Value::string("Local"), Kiv::GenericValue(Kiv::genericIf(config)),
+       object(local), object(desc), object(mlag)},
+      result));
    EXPECT_EQ(held(result), localSide);
    auto peerSide = [&](const Kiv::GenericValue & mlagArg) {
       EXPECT_TRUE(top->genericIfOp(Op::instantiate, "p2pToStatehubSm",
@@ -248,8 +259,10 @@ TEST_F(TopLevelTest, ReflectiveAccessByAttributeName) {
    EXPECT_FALSE(top->p2pToStatehubSm()->initialized());
 
    // Any other operation on a known attribute is refused; an unknown one is not there.
-   for (auto [op, attribute] : {std::pair(Op::get, "handleInitialized"), {Op::set, "name"},
-                                {Op::instantiate, "mlagConfig"}, {Op::del, "initialized"},
+   for (auto [op, attribute] : {std::pair(Op::get, "handleInitialized"),
+                                {Op::set, "name"},
+                                {Op::instantiate, "mlagConfig"},
+                                {Op::del, "initialized"},
                                 {Op::call, "statehubToP2pSm"}}) {
       EXPECT_THROW(top->genericIfOp(op, attribute, {}, result), Kiv::OperationNotSupportedException)
          << attribute;
@@ -282,7 +295,8 @@ TEST_F(TopLevelTest, ReflectiveArgumentsAreCheckedBeforeAnythingHappens) {
       {withArgument(5, wrong), "argument 6 has the wrong type"},
       {withArgument(6, wrong), "argument 7 has the wrong type"},
    };
-   for (const auto & c : creations) EXPECT_EQ(typeError(MlagConfigCheckSm::kivType(), c.args), c.error);
+   for (const auto & c : creations)
+      EXPECT_EQ(typeError(MlagConfigCheckSm::kivType(), c.args), c.error);
    // A missing object is no type error: the null reaches the factory, which
    // refuses a null results directory.
    EXPECT_THROW(MlagConfigCheckSm::kivType().create(withArgument(0, Kiv::GenericValue())),

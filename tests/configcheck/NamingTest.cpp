@@ -1,6 +1,5 @@
-#include "ConfigCheck/MlagConfigCheckNaming.h"
-
 #include "CheckerFixture.h"
+#include "ConfigCheck/MlagConfigCheckNaming.h"
 #include "mlag/ReloadDelay.h"
 
 namespace {
@@ -50,8 +49,8 @@ TEST(NamingTest, AnInterfaceOutsideMlagIsTracedAndSkipped) {
 
 TEST(NamingTest, StringUnquoteNeedsThreeCharacters) {
    const std::pair< const char *, const char * > cases[] = {
-      {"'a'", "a"}, {"'active'", "active"}, {"''", "''"},   {"'a", "'a"},
-      {"a'", "a'"}, {"\"a\"", "\"a\""},     {"", ""},       {"'it's'", "it's"},
+      {"'a'", "a"},   {"'active'", "active"}, {"''", "''"}, {"'a", "'a"},
+      {"a'", "a'"},   {"\"a\"", "\"a\""},     {"", ""},     {"'it's'", "it's"},
       {"'ab", "'ab"}, {"ab'", "ab'"},
    };
    for (auto [in, out] : cases) EXPECT_EQ(stringUnquote(in), out) << in;

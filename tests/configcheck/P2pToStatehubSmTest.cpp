@@ -37,7 +37,9 @@ class PeerSideTest : public CheckerTestBase {
       start(record);
       runUntilQuiet();
    }
-   Kiv::Ptr< GenericConfig > po10() { return record->nestedIntfConfig(Kiv::Name("Port-Channel10")); }
+   Kiv::Ptr< GenericConfig > po10() {
+      return record->nestedIntfConfig(Kiv::Name("Port-Channel10"));
+   }
 
    Kiv::Ptr< ConfigPluginDir > dir = resultsDir();
    Kiv::Ptr< ConfigCheckDesc > desc = lacpDesc();
@@ -155,7 +157,8 @@ TEST_F(PeerSideTest, MlagChangesReImportUnderTheNewId) {
    Traces traces;
    mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
    EXPECT_TRUE(traces.contains("'Peer' SM for 'Port-Channel10' ignoring mlag changes."));
-   EXPECT_TRUE(traces.contains("'Port-Channel10' SM for 'Port-Channel10' updating for mlag changes."));
+   EXPECT_TRUE(
+      traces.contains("'Port-Channel10' SM for 'Port-Channel10' updating for mlag changes."));
    EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9000");
    EXPECT_EQ(peerEntry(dir, "mtu mlag10", "PeerPort-Channel10"), none);
    // Later changes are named with the id the re-import used.
@@ -163,7 +166,8 @@ TEST_F(PeerSideTest, MlagChangesReImportUnderTheNewId) {
    EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9100");
    EXPECT_EQ(peerEntry(dir, "mtu mlag10", "PeerPort-Channel10"), none);
    mlag->intfConfigDel(Porta::IntfId("Port-Channel10"));
-   EXPECT_TRUE(traces.contains("'Port-Channel10' SM for 'Port-Channel10' removed from mlag config."));
+   EXPECT_TRUE(
+      traces.contains("'Port-Channel10' SM for 'Port-Channel10' removed from mlag config."));
    EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9100");
    EXPECT_EQ(nestedPeer->mlagId(), "11");
 }

@@ -1,8 +1,7 @@
-#include "ConfigCheck/MlagConfigCheckTypes.h"
-
 #include <gtest/gtest.h>
 
 #include "CheckerFixture.h"
+#include "ConfigCheck/MlagConfigCheckTypes.h"
 #include "kiv/Exception.h"
 #include "kiv/Strep.h"
 
@@ -39,8 +38,9 @@ TEST(SmCodefKeyTest, StringFormRoundTrips) {
    // Traces show the same form.
    CheckerTest::Traces traces;
    MLAG_TRACE(8, "processing ", key("Port-Channel10", "intfConfig"));
-   EXPECT_TRUE(traces.contains("processing Value('Mlag::ConfigCheck::SmCodefKey', ** {'name': "
-                               "'Port-Channel10', 'paramName': 'intfConfig'})"))
+   EXPECT_TRUE(
+      traces.contains("processing Value('Mlag::ConfigCheck::SmCodefKey', ** {'name': "
+                      "'Port-Channel10', 'paramName': 'intfConfig'})"))
       << traces.all();
    const std::string withNul("a\0b", 3);
    for (const SmCodefKey & k : {SmCodefKey(), key("it's", "back\\slash"), key("", "p"),

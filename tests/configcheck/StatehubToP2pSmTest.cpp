@@ -160,8 +160,9 @@ TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
       Traces traces;
       config->valueIs(c.attr, c.value);
       EXPECT_TRUE(traces.endsLine(c.line)) << traces.all();
-      const std::string filed = std::string("updateConfigCheckDb(const Kiv::GenericValue&, const "
-                                            "Ptr&, const Kiv::KivAttr&): Interface 'Local', attr  '") +
+      const std::string filed = std::string(
+                                   "updateConfigCheckDb(const Kiv::GenericValue&, const "
+                                   "Ptr&, const Kiv::KivAttr&): Interface 'Local', attr  '") +
                                 c.attr + "', key = '', value = " + c.value.strep().stdString();
       EXPECT_LT(traces.indexOf(std::string("Parameter '") + c.attr + "' of 'Local' has value "),
                 traces.indexOf(filed))
@@ -193,7 +194,8 @@ TEST_F(LocalSideTest, WatchersHearTheNestedMachinesComeAndGo) {
 TEST_F(LocalSideTest, NestedElementsComeAndGoThroughTheBacklog) {
    start();
    Traces traces;
-   config->entityMemberIs("intfConfig", "Port-Channel30")->valueIs("mtu", Kiv::Value::integer(1500));
+   config->entityMemberIs("intfConfig", "Port-Channel30")
+      ->valueIs("mtu", Kiv::Value::integer(1500));
    runUntilQuiet();
    EXPECT_TRUE(
       traces.contains("Ignoring request for statehubToP2pSm creation for 'Port-Channel30'"));
@@ -201,7 +203,8 @@ TEST_F(LocalSideTest, NestedElementsComeAndGoThroughTheBacklog) {
    // Joining MLAG later brings its machine.
    mlag->intfConfigIs(Porta::IntfId("Port-Channel30"), Mlag::IntfConfig("30"));
    runUntilQuiet();
-   EXPECT_TRUE(traces.contains("'Local' SM creating statehubToP2pSm for 'Port-Channel30' mlag '30'"));
+   EXPECT_TRUE(
+      traces.contains("'Local' SM creating statehubToP2pSm for 'Port-Channel30' mlag '30'"));
    ASSERT_TRUE(nested("Port-Channel30"));
    EXPECT_EQ(localEntry(dir, "mtu mlag30", "Port-Channel30"), "");
    config->memberDel("intfConfig", "Port-Channel30");
@@ -281,8 +284,8 @@ TEST_F(LocalSideTest, MachinesWithoutMlagKeepAnEmptyId) {
    auto intfDesc = desc->nestedConfigCheckDesc(Kiv::Name("intfConfig"));
    auto element = config->entityMemberIs("intfConfig", "Port-Channel30");
    auto po30 = Kiv::kivNew< GenericConfig >(Kiv::Name("Port-Channel30"));
-   auto nonMlag = StatehubToP2pSm::StatehubToP2pSmIs(checkerClock(), dir, "Port-Channel30",
-                                                     element, po30, intfDesc, mlag);
+   auto nonMlag = StatehubToP2pSm::StatehubToP2pSmIs(checkerClock(), dir, "Port-Channel30", element,
+                                                     po30, intfDesc, mlag);
    EXPECT_EQ(nonMlag->mlagId(), "");
    Traces traces;
    element->valueIs("mtu", Kiv::Value::integer(9100));
@@ -294,8 +297,8 @@ TEST_F(LocalSideTest, MachinesWithoutMlagKeepAnEmptyId) {
    EXPECT_EQ(dir->configGlobalDiffSize(), 0u);
 
    auto groupDesc = desc->nestedConfigCheckDesc(Kiv::Name("group"));
-   auto bare = StatehubToP2pSm::StatehubToP2pSmIs(checkerClock(), dir, "Ethernet1", element,
-                                                  record, groupDesc, nullptr);
+   auto bare = StatehubToP2pSm::StatehubToP2pSmIs(checkerClock(), dir, "Ethernet1", element, record,
+                                                  groupDesc, nullptr);
    EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "9100");
    EXPECT_EQ(record->attr("mtu"), "9100");
    EXPECT_THROW(StatehubToP2pSm::StatehubToP2pSmIs(checkerClock(), nullptr, "Ethernet1", po10(),
@@ -310,9 +313,9 @@ TEST_F(LocalSideTest, ChangedReCreationIsRefused) {
    auto intfDesc = desc->nestedConfigCheckDesc(Kiv::Name("intfConfig"));
    auto clock = checkerClock();
    auto po10Record = nested("Port-Channel10");
-   EXPECT_EQ(sm->statehubToP2pSmIs(clock, dir, "Port-Channel10", element, po10Record, intfDesc,
-                                   mlag),
-             existing);
+   EXPECT_EQ(
+      sm->statehubToP2pSmIs(clock, dir, "Port-Channel10", element, po10Record, intfDesc, mlag),
+      existing);
    // A machine made without an MLAG configuration keeps having none.
    auto groupDesc = desc->nestedConfigCheckDesc(Kiv::Name("group"));
    auto g7 = record->nestedGlobalConfigIs(Kiv::Name("g7"));
@@ -322,7 +325,8 @@ TEST_F(LocalSideTest, ChangedReCreationIsRefused) {
    auto again = [&](auto... changed) {
       return refusedParameter([&] { sm->statehubToP2pSmIs(changed...); });
    };
-   EXPECT_EQ(again(otherClock, dir, "Port-Channel10", element, po10Record, intfDesc, mlag), "_clock");
+   EXPECT_EQ(again(otherClock, dir, "Port-Channel10", element, po10Record, intfDesc, mlag),
+             "_clock");
    EXPECT_EQ(again(clock, dir, "Port-Channel10", element, po10Record, intfDesc, nullptr),
              "_mlagConfig");
    EXPECT_EQ(again(clock, dir, "g7", element, g7, groupDesc, mlag), "_mlagConfig");
@@ -401,9 +405,9 @@ TEST_F(LocalSideTest, UpdateConfigCheckDbWritesTheLocalTableForOneChange) {
       {"unchecked", nullptr, "unchecked", nullptr, none},
    };
    for (const auto & c : cases) {
-      sm->updateConfigCheckDb(c.key ? Kiv::GenericValue(Kiv::Value::string(c.key))
-                                    : Kiv::GenericValue(),
-                              record, attr(c.attr));
+      sm->updateConfigCheckDb(
+         c.key ? Kiv::GenericValue(Kiv::Value::string(c.key)) : Kiv::GenericValue(), record,
+         attr(c.attr));
       EXPECT_EQ(localEntry(dir, c.param, c.intf), c.written) << c.param;
    }
    EXPECT_EQ(nested("Port-Channel10")->attr("mtu"), "1234");

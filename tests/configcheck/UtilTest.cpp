@@ -1,6 +1,5 @@
-#include "ConfigCheck/MlagConfigCheckUtil.h"
-
 #include "CheckerFixture.h"
+#include "ConfigCheck/MlagConfigCheckUtil.h"
 
 namespace {
 
@@ -86,7 +85,8 @@ TEST_F(UtilTest, LocalInterfaceDeleteKeepsWhatThePeerStillReports) {
    insertLocal("dash", "Ethernet2", "y"); // keeps the "dash" table alive
    Traces traces;
    handleLocalIntfDelete(dir, "Ethernet1");
-   EXPECT_TRUE(traces.contains("Clearing local entry for plugin 'lacp' interface name 'Ethernet1'"));
+   EXPECT_TRUE(
+      traces.contains("Clearing local entry for plugin 'lacp' interface name 'Ethernet1'"));
    EXPECT_TRUE(traces.contains("Clearing local entry 'up' for plugin 'lacp'"));
 
    EXPECT_FALSE(intfEntry(dir, "up", "Ethernet1"));

@@ -32,7 +32,8 @@ TEST(DynamicEntityTest, AlikeMembersShareATypeAndADivergingOneGetsItsOwn) {
       b->memberIs("vlans", "10", Kiv::Value::integer(10));
       EXPECT_NE(&a->kivType(), &b->kivType());
       EXPECT_EQ(attrNames(a->kivType()), (std::vector< std::string >{"mode", "rate"}));
-      EXPECT_EQ(attrNames(b->kivType()), (std::vector< std::string >{"mode", "rate", "timeout", "vlans"}));
+      EXPECT_EQ(attrNames(b->kivType()),
+                (std::vector< std::string >{"mode", "rate", "timeout", "vlans"}));
       EXPECT_TRUE(b->kivType().attr("vlans")->collection);
       EXPECT_EQ(b->kivType().attr("timeout")->id, 3u);
       // Both keep their values through the change of type.

@@ -34,12 +34,29 @@ TEST(IntfIdTest, ValidNamesAreKeptVerbatimAndInvalidOnesRaiseARangeErrorNamingTh
       EXPECT_EQ(id.stringValue(), name);
    }
    // Embedded NULs, and names long enough to overflow anything sized for real ones.
-   for (const std::string & name : std::initializer_list< std::string >{
-           "Local", "Peer", "Ethernet", "Ethernet/1", "Ethernet1//2", "Ethernet00", "Port-Channel1/1",
-           "Vlan-1", "Vlan+1", "Vlan1 ", " Vlan1", "Ethernet1a", "EthernetX",
-           "Ethernet1/99999999999999999999999", "Vlan00000000000000000000000000", "Port-Channel",
-           "Management", "Loopback", std::string("Ether\0net1", 10), std::string(10000, 'E'),
-           "Ethernet" + std::string(10000, '9'), "Ethernet1" + std::string(10000, '/')}) {
+   for (const std::string & name :
+        std::initializer_list< std::string >{"Local",
+                                             "Peer",
+                                             "Ethernet",
+                                             "Ethernet/1",
+                                             "Ethernet1//2",
+                                             "Ethernet00",
+                                             "Port-Channel1/1",
+                                             "Vlan-1",
+                                             "Vlan+1",
+                                             "Vlan1 ",
+                                             " Vlan1",
+                                             "Ethernet1a",
+                                             "EthernetX",
+                                             "Ethernet1/99999999999999999999999",
+                                             "Vlan00000000000000000000000000",
+                                             "Port-Channel",
+                                             "Management",
+                                             "Loopback",
+                                             std::string("Ether\0net1", 10),
+                                             std::string(10000, 'E'),
+                                             "Ethernet" + std::string(10000, '9'),
+                                             "Ethernet1" + std::string(10000, '/')}) {
       EXPECT_EQ(message(name).rfind("invalid interface name '", 0), 0u) << message(name);
    }
    const std::pair< std::string, std::string > texts[] = {
@@ -53,7 +70,8 @@ TEST(IntfIdTest, ValidNamesAreKeptVerbatimAndInvalidOnesRaiseARangeErrorNamingTh
       {"Vlan1" + std::string(100, 'x'),
        "'Vlan1" + std::string(59, 'x') + "'...: unexpected character after a number"},
    };
-   for (const auto & [name, text] : texts) EXPECT_EQ(message(name), "invalid interface name " + text);
+   for (const auto & [name, text] : texts)
+      EXPECT_EQ(message(name), "invalid interface name " + text);
 }
 
 TEST(IntfIdTest, FailedInitializationKeepsTheOldNameAndEmptyIsTheEmptyIdentifier) {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "kiv/Exception.h"
-#include "kiv/RecentStrings.h"
 #include "kiv/Ptr.h"
+#include "kiv/RecentStrings.h"
 
 namespace {
 
@@ -76,10 +76,11 @@ TEST(StringTest, OrderingIsByteWiseLikeStdString) {
 
 TEST(StringTest, SubstrStaysWithinTheText) {
    const std::tuple< std::size_t, std::size_t, const char * > cases[] = {
-      {0, 3, "mtu"}, {8, 100, "10"}, {4, std::string::npos, "mlag10"}, {9, 1, "0"},
-      {10, 1, ""},   {11, 0, ""},    {2, 0, ""}};
+      {0, 3, "mtu"}, {8, 100, "10"}, {4, std::string::npos, "mlag10"}, {9, 1, "0"}, {10, 1, ""},
+      {11, 0, ""},   {2, 0, ""}};
    for (auto [start, length, expected] : cases) {
-      EXPECT_EQ(Kiv::String("mtu mlag10").substr(start, length), expected) << start << ", " << length;
+      EXPECT_EQ(Kiv::String("mtu mlag10").substr(start, length), expected)
+         << start << ", " << length;
    }
 }
 

@@ -5,8 +5,8 @@
 #include <filesystem>
 
 #include "sim/Pair.h"
-#include "soak/RandomScenario.h"
 #include "sim/ResultWatch.h"
+#include "soak/RandomScenario.h"
 
 namespace {
 

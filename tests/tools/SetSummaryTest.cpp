@@ -56,8 +56,7 @@ TEST(SetSummaryTest, OneLinePerCollectionAndScopeWithMembersInNaturalOrder) {
                        "denied); only on A: 30, 40; only on B: 50",
                        "allowed vlan on Port-Channel20 (mlag10): all 1 agree",
                        "priority: 1 agree; differ: 20 (4096 vs 8192)",
-                       "member in group vlan10: all 2 agree",
-                       "speed on Ethernet1: all 1 agree"}));
+                       "member in group vlan10: all 2 agree", "speed on Ethernet1: all 1 agree"}));
 
    const std::vector< MlagTool::SetSummary > sets = MlagTool::setSummaries(rows);
    EXPECT_EQ(sets[0].agree, (std::vector< std::string >{"9", "100"}));
@@ -67,8 +66,8 @@ TEST(SetSummaryTest, OneLinePerCollectionAndScopeWithMembersInNaturalOrder) {
 }
 
 TEST(SetSummaryTest, NaturalOrderIsAStrictTotalOrder) {
-   std::vector< std::string > keys = {"10", "9", "Ethernet1/10", "Ethernet1/9", "a", "", "010",
-                                      "Ethernet2", "b1", "b01", "1a", "1"};
+   std::vector< std::string > keys = {"10",  "9",         "Ethernet1/10", "Ethernet1/9", "a",  "",
+                                      "010", "Ethernet2", "b1",           "b01",         "1a", "1"};
    std::sort(keys.begin(), keys.end(), MlagTool::naturalLess);
    EXPECT_EQ(keys, (std::vector< std::string >{"", "1", "1a", "9", "010", "10", "Ethernet1/9",
                                                "Ethernet1/10", "Ethernet2", "a", "b01", "b1"}));

@@ -1,8 +1,8 @@
 #include "FilingIndex.h"
 
 #include "ConfigBuilder.h"
-#include "DescriptorJson.h"
 #include "ConfigCheck/MlagConfigCheckNaming.h"
+#include "DescriptorJson.h"
 #include "OneLine.h"
 #include "Scenario.h"
 
@@ -82,9 +82,11 @@ struct FilingIndex::Clash {
 };
 
 FilingIndex::FilingIndex(std::string fileName, const Json & descriptor, const MlagIds & mlag)
-    : fileName_(std::move(fileName)), descriptor_(descriptor), mlag_(mlag),
-      desc_(buildDescriptor(localName, descriptor)),
-      top_{{}, &descriptor_, desc_, nullptr, Porta::IntfId(), true, true, {}} {}
+      : fileName_(std::move(fileName)),
+        descriptor_(descriptor),
+        mlag_(mlag),
+        desc_(buildDescriptor(localName, descriptor)),
+        top_{{}, &descriptor_, desc_, nullptr, Porta::IntfId(), true, true, {}} {}
 
 void FilingIndex::fileConfiguration(const Json & entity, const std::string & place) {
    top_.place.root = place;
@@ -130,9 +132,8 @@ void FilingIndex::mlagChanged(const std::string & interface, const std::string &
       fileEntity(e, interface, false);
    } catch (const Clash & clash) {
       const std::string id = e.mlagId.empty() ? "no MLAG id" : "MLAG id " + inQuotes(e.mlagId);
-      throw ScenarioError(oneLine(fileName_ + ": " + place + ": with " + id + ", " +
-                                  clash.place + " and " + clash.other + " would share " +
-                                  clash.what +
+      throw ScenarioError(oneLine(fileName_ + ": " + place + ": with " + id + ", " + clash.place +
+                                  " and " + clash.other + " would share " + clash.what +
                                   ": the checker would keep only one of the two values; change "
                                   "a display name (attrName, collectionName) so that they differ"));
    }
@@ -161,8 +162,8 @@ void FilingIndex::refreshState(Entity & e, const std::string & name) const {
 
 FilingIndex::Entry FilingIndex::entry(const Entity & e, const std::string & name,
                                       const Kiv::String & base) const {
-   const Kiv::String param = Naming::getParamName(e.desc, base, e.interface,
-                                                  Kiv::String(e.mlagId), Kiv::String(name));
+   const Kiv::String param =
+      Naming::getParamName(e.desc, base, e.interface, Kiv::String(e.mlagId), Kiv::String(name));
    if (param.empty()) return {};
    const std::string text = param.stdString();
    if (!e.interface) return {"g" + text, "results entry " + inQuotes(text)};
@@ -201,8 +202,14 @@ void FilingIndex::fileMember(Entity & e, const std::string & name, const std::st
          throw Clash{text(place), "nested configuration key " + inQuotes(childName),
                      text(it->second.place), true};
       }
-      Entity created{place, nested, e.desc->nestedConfigCheckDesc(Kiv::Name(collection)),
-                     &member, Naming::getIntfId(Kiv::String(childName)), e.filed, false, {}};
+      Entity created{place,
+                     nested,
+                     e.desc->nestedConfigCheckDesc(Kiv::Name(collection)),
+                     &member,
+                     Naming::getIntfId(Kiv::String(childName)),
+                     e.filed,
+                     false,
+                     {}};
       it = nested_.emplace(childName, std::move(created)).first;
    }
    Entity & c = it->second;
@@ -211,9 +218,8 @@ void FilingIndex::fileMember(Entity & e, const std::string & name, const std::st
    fileEntity(c, childName, newKeys);
 }
 
-void FilingIndex::unfileMember(Entity & e, const std::string & name,
-                               const std::string & collection, const std::string & key,
-                               const Json & member, bool dropKeys) {
+void FilingIndex::unfileMember(Entity & e, const std::string & name, const std::string & collection,
+                               const std::string & key, const Json & member, bool dropKeys) {
    if (dropKeys) addedBy_.erase(&member);
    const Json * displayNames = mapOf(e.descriptor, "collectionName");
    if (e.filed && displayNames && displayNames->contains(collection)) {

@@ -60,7 +60,7 @@ class FilingIndex {
    // memory stays linear however deep the nesting; spelled out only for a
    // message.
    struct Place {
-      const Entity * entity = nullptr;   // within this entity...
+      const Entity * entity = nullptr;    // within this entity...
       const std::string * attr = nullptr; // ...this attribute...
       const std::string * key = nullptr;  // ...and, when set, this member of it
       std::string root;                   // or, without an entity, the place itself
@@ -84,8 +84,7 @@ class FilingIndex {
    };
    Entry entry(const Entity & e, const std::string & name, const Kiv::String & base) const;
    void fileMember(Entity & e, const std::string & name, const std::string & collection,
-                   const std::string & key, const Json & member, const Place & place,
-                   bool newKeys);
+                   const std::string & key, const Json & member, const Place & place, bool newKeys);
    void unfileMember(Entity & e, const std::string & name, const std::string & collection,
                      const std::string & key, const Json & member, bool dropKeys);
    void fileEntity(Entity & e, const std::string & name, bool newKeys);
@@ -100,8 +99,8 @@ class FilingIndex {
    const MlagIds & mlag_;
    Kiv::Ptr< Mlag::ConfigCheck::ConfigCheckDesc > desc_;
    Entity top_;
-   std::unordered_map< std::string, Entity > nested_;      // by key as the checker names it
-   std::unordered_map< std::string, Place > entries_;       // results entry -> place
+   std::unordered_map< std::string, Entity > nested_; // by key as the checker names it
+   std::unordered_map< std::string, Place > entries_; // results entry -> place
    // Members of described collections that a step added -> that step, so
    // that filing them again (after an MLAG step) names the step.
    std::unordered_map< const Json *, Place > addedBy_;

@@ -91,8 +91,8 @@ class TextChecker : public nlohmann::json_sax< Json > {
    bool parse_error(std::size_t, const std::string & token,
                     const nlohmann::detail::exception & e) override {
       // 406: a number too large for a double, such as 1e999.
-      problem = e.id == 406 ? JsonTextProblem{location(), numberProblem(token)}
-                            : syntaxProblem(e.what());
+      problem =
+         e.id == 406 ? JsonTextProblem{location(), numberProblem(token)} : syntaxProblem(e.what());
       return false;
    }
 
@@ -150,9 +150,9 @@ std::optional< JsonTextProblem > checkJsonText(std::string_view text,
    if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
       const std::size_t lineStart = text.rfind('\n', nul) + 1; // 0 when there is none
       const auto line = std::count(text.begin(), text.begin() + lineStart, '\n') + 1;
-      return JsonTextProblem{"line " + std::to_string(line) + ", column " +
-                                std::to_string(nul - lineStart + 1),
-                             "a NUL byte, which JSON allows nowhere (in a string, write \\u0000)"};
+      return JsonTextProblem{
+         "line " + std::to_string(line) + ", column " + std::to_string(nul - lineStart + 1),
+         "a NUL byte, which JSON allows nowhere (in a string, write \\u0000)"};
    }
    TextChecker checker(limits);
    Json::sax_parse(text, &checker);

@@ -21,7 +21,7 @@
 namespace MlagSim {
 
 struct JsonTextLimits {
-   std::size_t depth = 64;       // objects and arrays, the outermost counting as one
+   std::size_t depth = 64;        // objects and arrays, the outermost counting as one
    std::size_t textBytes = 65536; // a member name or a string
 };
 

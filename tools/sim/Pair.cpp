@@ -46,7 +46,8 @@ Pair::Pair(const Scenario & scenario) : steps_(scenario.steps) {
          p.dir = Kiv::kivNew< ConfigPluginDir >(Kiv::Name(name));
          p.config = Kiv::kivNew< Kiv::DynamicEntity >(Kiv::Name(name));
          const bool configured = switchSpec.config.is_object() && switchSpec.config.contains(name);
-         fillEntity(*p.config, configured ? switchSpec.config[name] : nlohmann::json(), &descriptor);
+         fillEntity(*p.config, configured ? switchSpec.config[name] : nlohmann::json(),
+                    &descriptor);
          p.localRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
          p.localRecord->paramNameIs(name);
          p.peerRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
@@ -251,8 +252,8 @@ const Kiv::Ptr< GenericConfig > & Pair::peerRecord(std::size_t sw, const std::st
    return plugin(sw, name).peerRecord;
 }
 
-const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > &
-Pair::machine(std::size_t sw, const std::string & name) const {
+const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > & Pair::machine(
+   std::size_t sw, const std::string & name) const {
    static const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > none;
    const Plugin & p = plugin(sw, name);
    return p.container ? p.container->configCheckSm() : none;

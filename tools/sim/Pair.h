@@ -93,8 +93,8 @@ class Pair {
    const Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > & peerRecord(
       std::size_t sw, const std::string & plugin) const;
    // Null before start() and while a machine restart has it down.
-   const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > & machine(std::size_t sw,
-                                                                  const std::string & plugin) const;
+   const Kiv::Ptr< Mlag::ConfigCheck::MlagConfigCheckSm > & machine(
+      std::size_t sw, const std::string & plugin) const;
 
  private:
    struct Plugin {

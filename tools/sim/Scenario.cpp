@@ -66,7 +66,8 @@ std::string readInputFile(const std::string & path) {
          n = std::fread(text.data() + had, 1, text.size() - had, file.get());
          text.resize(had + n);
       } while (n > 0 && text.size() <= limit);
-      if (std::ferror(file.get())) throw refuse(std::string("cannot read: ") + std::strerror(errno));
+      if (std::ferror(file.get()))
+         throw refuse(std::string("cannot read: ") + std::strerror(errno));
       if (text.size() > limit) throw refuse(tooLarge);
       return text;
    } catch (const std::bad_alloc &) {

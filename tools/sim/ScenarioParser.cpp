@@ -280,8 +280,8 @@ SwitchSpec Parser::parseSwitch(const Json & sw, const Pointer & at, const Json &
       requireObject(*mlag, at / "mlag", "an object (interface name to MLAG id)");
       for (const auto & [intf, id] : mlag->items()) {
          checkInterfaceName(intf, at / "mlag" / intf);
-         switchSpec.mlag[intf] = mlagIdAt(id, at / "mlag" / intf,
-                                          "leave the interface out of 'mlag' instead");
+         switchSpec.mlag[intf] =
+            mlagIdAt(id, at / "mlag" / intf, "leave the interface out of 'mlag' instead");
       }
    }
    switchSpec.config = Json::object();
@@ -420,7 +420,8 @@ void Parser::replayStep(const Step & step, const Pointer & at, const Json & plug
             value[key] = step.value;
          }
          // A replaced member keeps its name: only a new key files anything new.
-         if (!existed && descriptor) index.memberAdded(owner, attr, key, value[key], setAt.to_string());
+         if (!existed && descriptor)
+            index.memberAdded(owner, attr, key, value[key], setAt.to_string());
          return;
       }
       if (!value.contains(key)) {

@@ -267,7 +267,8 @@ std::string freeMlagId(Entropy & e, const Json & mlag, const std::string & intf)
    for (int id = 10; id <= 60; id += 10) {
       const std::string text = std::to_string(id);
       bool used = false;
-      for (const auto & item : mlag.items()) used = used || (item.key() != intf && item.value() == text);
+      for (const auto & item : mlag.items())
+         used = used || (item.key() != intf && item.value() == text);
       if (!used) free.push_back(text);
    }
    return free.empty() ? std::string() : e.pick(free);

@@ -5,13 +5,13 @@
 #include <map>
 #include <set>
 
-#include "sim/Pair.h"
 #include "RandomScenario.h"
-#include "sim/Scenario.h"
 #include "kiv/Ptr.h"
 #include "kiv/System.h"
 #include "orv/CodefBase.h"
 #include "porta/IntfId.h"
+#include "sim/Pair.h"
+#include "sim/Scenario.h"
 
 namespace MlagSim {
 
@@ -64,7 +64,8 @@ bool isMlagInterface(const Json & mlag, const std::string & key) {
    return it != mlag.end() && !it->get< std::string >().empty();
 }
 
-void collectDescendants(const Json & entity, const Json & descriptor, std::set< std::string > & keys) {
+void collectDescendants(const Json & entity, const Json & descriptor,
+                        std::set< std::string > & keys) {
    auto nested = descriptor.find("nestedConfigCheckDesc");
    if (nested == descriptor.end()) return;
    for (const auto & [attr, inner] : nested->items()) {
@@ -104,8 +105,8 @@ Orphans orphansOf(const Json & scenario, std::size_t sw, const std::string & plu
    const Json & switchSpec = scenario["switches"][sw];
    Orphans orphans;
    collectOrphans(switchSpec["config"].value(plugin, Json::object()), scenario["plugins"][plugin],
-                  switchSpec.value("mlag", Json::object()), Json::json_pointer(), Json::json_pointer(),
-                  orphans);
+                  switchSpec.value("mlag", Json::object()), Json::json_pointer(),
+                  Json::json_pointer(), orphans);
    return orphans;
 }
 
@@ -151,7 +152,8 @@ Json localView(const Json & result, const Json & scenario, const OrphanHistory &
          view["interface"] = Json::object();
          for (const auto & [param, entry] : tables["global"].items()) {
             if (orphans.descendantKeys.contains(entry["groupId"].get< std::string >())) continue;
-            if (!entry["local"].get< std::string >().empty()) view["global"][param] = entry["local"];
+            if (!entry["local"].get< std::string >().empty())
+               view["global"][param] = entry["local"];
          }
          for (const auto & [param, entries] : tables["interface"].items()) {
             for (const auto & [key, entry] : entries.items()) {
@@ -167,7 +169,8 @@ Json localView(const Json & result, const Json & scenario, const OrphanHistory &
 }
 
 bool holdsValue(const Json & entry) {
-   return !entry["local"].get< std::string >().empty() || !entry["peer"].get< std::string >().empty();
+   return !entry["local"].get< std::string >().empty() ||
+          !entry["peer"].get< std::string >().empty();
 }
 
 // Both results directories. An entry that holds no value on either side is
@@ -237,7 +240,8 @@ class Run {
       Json model = scenarioJson_;
       Pair pair(scenario);
       pair.firingLimitIs(firingBound(model));
-      if (options_.mode == FaultMode::delayedTransport) pair.transportDelayIs(1 + faults_.below(16));
+      if (options_.mode == FaultMode::delayedTransport)
+         pair.transportDelayIs(1 + faults_.below(16));
       pair.start();
       recordOrphans(model, orphanHistory_);
       check(pair, model, "after the start");
@@ -292,8 +296,8 @@ class Run {
 
 const std::vector< FaultMode > & allFaultModes() {
    static const std::vector< FaultMode > modes = {
-      FaultMode::none,     FaultMode::delayedTransport, FaultMode::peerRestart,
-      FaultMode::machineRestart, FaultMode::mlagFlap,   FaultMode::tinyQuantum};
+      FaultMode::none,           FaultMode::delayedTransport, FaultMode::peerRestart,
+      FaultMode::machineRestart, FaultMode::mlagFlap,         FaultMode::tinyQuantum};
    return modes;
 }
 
@@ -348,8 +352,8 @@ std::optional< std::string > resultsDifference(const nlohmann::json & restarted,
    return firstDifference(resultsView(restarted), resultsView(fresh), "");
 }
 
-std::string checkScenario(const nlohmann::json & scenario, FaultMode mode,
-                          std::uint64_t faultSeed, std::size_t * stepsRun) {
+std::string checkScenario(const nlohmann::json & scenario, FaultMode mode, std::uint64_t faultSeed,
+                          std::size_t * stepsRun) {
    const SoakOptions options{faultSeed, mode, 0};
    const Kiv::Seconds readStep = clockReadStep(mode);
    std::string failure;

@@ -58,8 +58,8 @@ SoakOutcome runSeed(const SoakOptions & options);
 // The invariants on one scenario (with steps) under `mode`, the faults drawn
 // from `faultSeed`: the first failure, or empty. `stepsRun` (may be null)
 // receives the number of steps the first run got through.
-std::string checkScenario(const nlohmann::json & scenario, FaultMode mode,
-                          std::uint64_t faultSeed, std::size_t * stepsRun = nullptr);
+std::string checkScenario(const nlohmann::json & scenario, FaultMode mode, std::uint64_t faultSeed,
+                          std::size_t * stepsRun = nullptr);
 
 // The generator's limits for a run: MLAG ids flap under mlagFlap; nested
 // collections are wide when asked for and under tinyQuantum, so that there

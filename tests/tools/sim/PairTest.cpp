@@ -5,10 +5,10 @@
 #include <set>
 
 #include "ExampleScenario.h"
-#include "sim/ResultJson.h"
 #include "kiv/ActivityManager.h"
 #include "kiv/Ptr.h"
 #include "kiv/System.h"
+#include "sim/ResultJson.h"
 #include "trace/CaptureSink.h"
 #include "trace/Handle.h"
 

@@ -37,7 +37,7 @@ const std::string nameAdvice =
 struct Case {
    const char * what;
    std::vector< std::pair< std::string, const char * > > edits; // pointer, JSON
-   std::string error; // empty: accepted
+   std::string error;                                           // empty: accepted
 };
 
 std::string errorOf(const Case & c) {
@@ -76,26 +76,34 @@ TEST(ScenarioClashTest, NamesAndKeysInTheFile) {
       {"one interface in two groups",
        {{cfg + "/groups", R"({"g1": {"members": {"Ethernet1": {}}},
                               "g2": {"members": {"Ethernet1": {}}}})"}},
-       "s.json: " + cfg + "/groups/g2/members/Ethernet1: nested configuration key 'Ethernet1' "
-                          "is already used at " + cfg + "/groups/g1/members/Ethernet1" + keyAdvice},
+       "s.json: " + cfg +
+          "/groups/g2/members/Ethernet1: nested configuration key 'Ethernet1' "
+          "is already used at " +
+          cfg + "/groups/g1/members/Ethernet1" + keyAdvice},
       {"a key reused one level down",
        {{cfg + "/groups", R"({"g1": {"members": {"g1": {}}}})"}},
-       "s.json: " + cfg + "/groups/g1/members/g1: nested configuration key 'g1' is already used "
-                          "at " + cfg + "/groups/g1" + keyAdvice},
+       "s.json: " + cfg +
+          "/groups/g1/members/g1: nested configuration key 'g1' is already used "
+          "at " +
+          cfg + "/groups/g1" + keyAdvice},
       {"a key in two nested collections, though the second files nothing",
        {{cfg + "/groups", R"({"Ethernet2": {}})"}, {cfg + "/intf", R"({"Ethernet2": {}})"}},
-       "s.json: " + cfg + "/intf/Ethernet2: nested configuration key 'Ethernet2' is already used "
-                          "at " + cfg + "/groups/Ethernet2" + keyAdvice},
+       "s.json: " + cfg +
+          "/intf/Ethernet2: nested configuration key 'Ethernet2' is already used "
+          "at " +
+          cfg + "/groups/Ethernet2" + keyAdvice},
       {"an MLAG-only interface without an id files nothing",
        {{"/plugins/p/nestedConfigCheckDesc/intf/attrName/speed", R"("M")"},
         {cfg + "/intf", R"({"Ethernet1": {}})"}},
        ""},
       {"with an id it files both under one name",
        {{"/plugins/p/nestedConfigCheckDesc/intf/attrName/speed", R"("M")"},
-        {cfg + "/intf", R"({"Ethernet1": {}})"}, {"/switches/0/mlag", R"({"Ethernet1": "7"})"}},
-       "s.json: " + cfg + "/intf/Ethernet1/speed: results entry 'M mlag7' of interface "
-                          "'Ethernet1' is already used by " + cfg + "/intf/Ethernet1/mode" +
-          nameAdvice},
+        {cfg + "/intf", R"({"Ethernet1": {}})"},
+        {"/switches/0/mlag", R"({"Ethernet1": "7"})"}},
+       "s.json: " + cfg +
+          "/intf/Ethernet1/speed: results entry 'M mlag7' of interface "
+          "'Ethernet1' is already used by " +
+          cfg + "/intf/Ethernet1/mode" + nameAdvice},
       {"two interfaces file the same names apart",
        {{cfg + "/intf", R"({"Ethernet1": {}, "Ethernet2": {}})"},
         {"/switches/0/mlag", R"({"Ethernet1": "7", "Ethernet2": "7"})"}},
@@ -123,14 +131,16 @@ TEST(ScenarioClashTest, WhatStepsCreateRemoveAndRename) {
         {"/steps/0", R"({"switch": "L", "plugin": "p", "path": ["groups", "g2"],
                          "set": {"members": {"Ethernet1": {}}}})"}},
        "s.json: /steps/0/set/members/Ethernet1: nested configuration key 'Ethernet1' is already "
-       "used at " + cfg + "/groups/g1/members/Ethernet1" + keyAdvice},
+       "used at " +
+          cfg + "/groups/g1/members/Ethernet1" + keyAdvice},
       {"a step adds a member whose name a scalar has",
        {{"/plugins/p/attrName/a", R"("10 vlan")"},
         {"/steps/0", R"({"switch": "L", "plugin": "p", "path": ["vlan", "10"], "set": 1})"}},
        "s.json: /steps/0/set: results entry '10 vlan' is already used by " + cfg + "/a" +
           nameAdvice},
       {"a removed group frees its keys and names",
-       {{cfg + "/groups", inGroup}, {"/plugins/p/attrName/a", R"("x g2")"},
+       {{cfg + "/groups", inGroup},
+        {"/plugins/p/attrName/a", R"("x g2")"},
         {"/steps/0", R"({"switch": "L", "plugin": "p", "path": ["groups", "g1"], "delete": true})"},
         {"/steps/1", R"({"switch": "L", "plugin": "p", "path": ["groups", "g1"],
                          "set": {"members": {"g2": {}}}})"},
@@ -150,7 +160,8 @@ TEST(ScenarioClashTest, WhatStepsCreateRemoveAndRename) {
        "s.json: " + advice},
       {"without the id the same member files nothing",
        {{"/plugins/p/nestedConfigCheckDesc/intf/attrName/mode", R"("10 vlan")"},
-        {cfg + "/intf", R"({"Ethernet1": {}})"}, {"/switches/0/mlag", R"({"Ethernet1": "4"})"},
+        {cfg + "/intf", R"({"Ethernet1": {}})"},
+        {"/switches/0/mlag", R"({"Ethernet1": "4"})"},
         {"/steps/0", R"({"switch": "L", "mlag": "Ethernet1", "delete": true})"},
         {"/steps/1", R"({"switch": "L", "plugin": "p", "path": ["intf", "Ethernet1", "vlan",
                          "10"], "set": "on"})"}},
@@ -163,15 +174,18 @@ TEST(ScenarioClashTest, WhatStepsCreateRemoveAndRename) {
         {"/steps/1", R"({"switch": "L", "mlag": "Ethernet1", "set": "5"})"}},
        "s.json: /steps/1: with MLAG id '5', /steps/0/set and " + cfg +
           "/intf/Ethernet1/mode would share results entry '10 vlan mlag5' of interface "
-          "'Ethernet1'" + nameAdvice},
+          "'Ethernet1'" +
+          nameAdvice},
       {"a changed id renames what is filed",
        {{"/plugins/p/nestedConfigCheckDesc/intf/attrName/mode", R"("10 vlan")"},
-        {cfg + "/intf", R"({"Ethernet1": {}})"}, {"/switches/0/mlag", R"({"Ethernet1": "4"})"},
+        {cfg + "/intf", R"({"Ethernet1": {}})"},
+        {"/switches/0/mlag", R"({"Ethernet1": "4"})"},
         {"/steps/0", R"({"switch": "L", "mlag": "Ethernet1", "set": "6"})"},
         {"/steps/1", R"({"switch": "L", "plugin": "p", "path": ["intf", "Ethernet1", "vlan",
                          "10"], "set": "on"})"}},
        "s.json: /steps/1/set: results entry '10 vlan mlag6' of interface 'Ethernet1' is already "
-       "used by " + cfg + "/intf/Ethernet1/mode" + nameAdvice},
+       "used by " +
+          cfg + "/intf/Ethernet1/mode" + nameAdvice},
       {"an empty MLAG id in a step",
        {{"/steps/0", R"({"switch": "L", "mlag": "Ethernet1", "set": ""})"}},
        "s.json: /steps/0/set: expected a non-empty MLAG id (delete the interface instead)"},

@@ -110,7 +110,8 @@ TEST(ScenarioLimitsTest, BadTextGivesOneCleanLine) {
    // A long bad string is not repeated whole.
    EXPECT_EQ(errorOf("[\"" + std::string(100, 'x') + "\xff\"]"),
              "s.json: line 1, column 103: syntax error while parsing value - invalid string: "
-             "ill-formed UTF-8 byte; last read: '\"" + std::string(35, 'x') + "...'");
+             "ill-formed UTF-8 byte; last read: '\"" +
+                std::string(35, 'x') + "...'");
 }
 
 class ScenarioFileTest : public ::testing::Test {
@@ -120,9 +121,7 @@ class ScenarioFileTest : public ::testing::Test {
 };
 
 TEST_F(ScenarioFileTest, AFileOfMoreThan64MiBIsRefusedUnread) {
-   {
-      std::ofstream file(path_);
-   }
+   { std::ofstream file(path_); }
    std::filesystem::resize_file(path_, 64 * 1024 * 1024 + 1); // sparse: all zero bytes
    EXPECT_EQ(loadError(path_), path_ + ": larger than the limit of 67108864 bytes (64 MiB)");
 }

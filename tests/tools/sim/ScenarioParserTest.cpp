@@ -75,8 +75,8 @@ void apply(json & doc, const char * at, const char * text) {
 TEST(ScenarioParserTest, RejectsBadInputNamingFileLocationAndExpectation) {
    const char * bad = "expected a value (a string, integer, boolean, null or object with '@type')";
    const std::string anyValue = std::string(": ") + bad + ", found an array";
-   const std::string untyped = std::string("/switches/0/config/lacp/delay/f: ") + bad +
-                               ", found an object without '@type'";
+   const std::string untyped =
+      std::string("/switches/0/config/lacp/delay/f: ") + bad + ", found an object without '@type'";
    const BadEdit cases[] = {
       {"/colour", "1", ": unknown member 'colour'"},
       {"/plugins", nullptr, "top level: missing member 'plugins'"},
@@ -142,8 +142,7 @@ TEST(ScenarioParserTest, RejectsBadInputNamingFileLocationAndExpectation) {
        "null"},
       {"/steps/1", R"({"switch": "B", "plugin": "lacp", "path": ["systemPriority"],
                       "delete": true})",
-       "/steps/1/path/0: path holds no value: nothing to delete", "/switches/1/config/lacp",
-       "{}"},
+       "/steps/1/path/0: path holds no value: nothing to delete", "/switches/1/config/lacp", "{}"},
       {"/steps/1", R"({"switch": "B", "plugin": "lacp",
                       "path": ["intfConfig", "Port-Channel10", "mode"], "delete": true})",
        "/steps/1/path/2: path holds no value: nothing to delete",

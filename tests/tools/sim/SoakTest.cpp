@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "ExampleScenario.h"
+#include "kiv/System.h"
 #include "sim/Pair.h"
-#include "soak/RandomScenario.h"
 #include "sim/ResultJson.h"
 #include "sim/Scenario.h"
-#include "kiv/System.h"
+#include "soak/RandomScenario.h"
 
 namespace {
 
@@ -19,7 +19,8 @@ TEST(SoakTest, GeneratedScenariosParseAndReplayDeterministically) {
    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
       for (bool flap : {false, true}) {
          MlagSim::SeededEntropy entropy(seed);
-         const json scenario = MlagSim::randomScenarioJson(entropy, {.steps = 25, .mlagFlap = flap});
+         const json scenario =
+            MlagSim::randomScenarioJson(entropy, {.steps = 25, .mlagFlap = flap});
          MlagSim::Scenario parsed;
          ASSERT_NO_THROW(parsed = MlagSim::parseScenario(scenario.dump(), "generated.json"))
             << "seed " << seed << ": " << scenario.dump();
@@ -48,7 +49,8 @@ TEST(SoakTest, ApplyingStepsToTheScenarioMatchesThePair) {
    })");
    json moved = scenario;
    for (const json & step : scenario["steps"]) MlagSim::applyStepToSwitches(moved, step);
-   EXPECT_EQ(moved["switches"][0]["config"]["p"], json::parse(R"({"a": null, "c": {"2": "v"}, "n": {}})"));
+   EXPECT_EQ(moved["switches"][0]["config"]["p"],
+             json::parse(R"({"a": null, "c": {"2": "v"}, "n": {}})"));
    EXPECT_EQ(moved["switches"][0]["mlag"], json::parse(R"({"Port-Channel1": "10"})"));
    EXPECT_EQ(moved["switches"][1]["config"]["p"]["n"], json::parse(R"({"g1": {"x": 4}})"));
    EXPECT_EQ(MlagSim::checkScenario(scenario, MlagSim::FaultMode::none, 1), "");
@@ -94,7 +96,8 @@ TEST(SoakTest, TheComparisonsSeeWhatDiffers) {
    json changedPeer = result;
    changedPeer["switches"][0]["plugins"]["p0"]["global"]["s0"]["peer"] = "9";
    EXPECT_FALSE(MlagSim::localDifference(changedPeer, result, scenario));
-   EXPECT_EQ(MlagSim::resultsDifference(changedPeer, result), "/A/p0/global/s0/peer: \"9\" vs \"2\"");
+   EXPECT_EQ(MlagSim::resultsDifference(changedPeer, result),
+             "/A/p0/global/s0/peer: \"9\" vs \"2\"");
 }
 
 TEST(SoakTest, APairThatTakesTooLongToGoQuietFails) {
@@ -212,7 +215,8 @@ TEST(SoakTest, RemovingANestedConfigurationRemovesItsDescendantsEntries) {
    MlagSim::Pair pair(MlagSim::parseScenario(scenario.dump(), "t.json"));
    pair.start();
    json before = pair.resultJson();
-   ASSERT_EQ(before["switches"][1]["plugins"]["p"]["interface"]["state"]["Ethernet1"]["local"], "up");
+   ASSERT_EQ(before["switches"][1]["plugins"]["p"]["interface"]["state"]["Ethernet1"]["local"],
+             "up");
    ASSERT_EQ(before["switches"][1]["plugins"]["p"]["global"]["state group1"]["local"], "down");
    pair.applyStep(0);
    const json after = pair.resultJson();
