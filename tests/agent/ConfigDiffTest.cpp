@@ -10,7 +10,8 @@ using Json = nlohmann::json;
 
 const Json plugins = Json::parse(R"({"p": {"nestedConfigCheckDesc": {"a": {}, "b": {}}}})");
 
-MlagSim::SwitchSpec spec(const char * config, std::map< std::string, std::string > mlag = {}) {
+MlagSim::SwitchSpec switchWith(const char * config,
+                               std::map< std::string, std::string > mlag = {}) {
    return {"s", std::move(mlag), Json::parse(config)};
 }
 
@@ -25,19 +26,19 @@ std::vector< std::string > described(const MlagSim::SwitchSpec & from,
 
 TEST(ConfigDiffTest, EqualConfigurationsGiveNoStep) {
    const char * config = R"({"p": {"x": 1, "v": {"1": "on"}, "a": {"Ethernet1": {"m": "y"}}}})";
-   EXPECT_TRUE(
-      described(spec(config, {{"Port-Channel1", "1"}}), spec(config, {{"Port-Channel1", "1"}}))
-         .empty());
+   EXPECT_TRUE(described(switchWith(config, {{"Port-Channel1", "1"}}),
+                         switchWith(config, {{"Port-Channel1", "1"}}))
+                  .empty());
 }
 
 TEST(ConfigDiffTest, OrderKeepsKeysAndIdsAsAFreshStartHasThem) {
    // Ethernet1 moves from a to b; its key leaves before it arrives.
-   const auto from = spec(R"({"p": {"x": 1, "y": 2, "v": {"1": "on", "2": "on"},
+   const auto from = switchWith(R"({"p": {"x": 1, "y": 2, "v": {"1": "on", "2": "on"},
                                     "a": {"Ethernet1": {"m": "y"}, "Ethernet2": {"m": "y"}}}})",
-                          {{"Port-Channel1", "1"}, {"Port-Channel2", "2"}});
-   const auto to = spec(R"({"p": {"x": 1, "y": null, "z": "new", "v": {"1": "off", "3": "on"},
+                                {{"Port-Channel1", "1"}, {"Port-Channel2", "2"}});
+   const auto to = switchWith(R"({"p": {"x": 1, "y": null, "z": "new", "v": {"1": "off", "3": "on"},
                                   "a": {"Ethernet2": {"m": "n"}}, "b": {"Ethernet1": {"m": "y"}}}})",
-                        {{"Port-Channel2", "3"}, {"Port-Channel4", "4"}});
+                              {{"Port-Channel2", "3"}, {"Port-Channel4", "4"}});
    EXPECT_EQ(described(from, to), (std::vector< std::string >{
                                      "s: set mlag Port-Channel2 = '3'",
                                      "s: set mlag Port-Channel4 = '4'",
@@ -54,13 +55,14 @@ TEST(ConfigDiffTest, OrderKeepsKeysAndIdsAsAFreshStartHasThem) {
 }
 
 TEST(ConfigDiffTest, MemberTurningIntoANestedEntityIsRemovedThenAdded) {
-   EXPECT_EQ(described(spec(R"({"p": {"c": {"k": {"m": 1}}}})"), spec(R"({"p": {"c": {"k": 5}}})")),
+   EXPECT_EQ(described(switchWith(R"({"p": {"c": {"k": {"m": 1}}}})"),
+                       switchWith(R"({"p": {"c": {"k": 5}}})")),
              (std::vector< std::string >{"s: delete p c/k", "s: set p c/k = 5"}));
 }
 
 TEST(ConfigDiffTest, AttributeChangingShapeIsRefused) {
    try {
-      described(spec(R"({"p": {"q": 1}})"), spec(R"({"p": {"q": {"k": 1}}})"));
+      described(switchWith(R"({"p": {"q": 1}})"), switchWith(R"({"p": {"q": {"k": 1}}})"));
       FAIL() << "accepted";
    } catch (const MlagAgent::ReloadError & e) {
       EXPECT_EQ(std::string(e.what()),
