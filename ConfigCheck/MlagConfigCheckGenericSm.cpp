@@ -6,6 +6,7 @@
 
 namespace Mlag::ConfigCheck {
 
+// Back pointer: the owning machine holds the handler and outlives it.
 GenericHandler::GenericHandler(const Kiv::Ptr< Kiv::GenericIf > & entity, StatehubToP2pSm * context)
       : NotifieeConst(entity), context_(context) {}
 

@@ -279,7 +279,10 @@ void P2pToStatehubSm::processSmCodefKey(const SmCodefKey & key) {
       record ? record->nestedGlobalConfig(key.name()) : Kiv::Ptr< GenericConfig >();
    Kiv::Ptr< GenericConfig > peerIntfConfig =
       record ? record->nestedIntfConfig(key.name()) : Kiv::Ptr< GenericConfig >();
-   KIV_ASSERT(!(peerGlobalConfig && peerIntfConfig));
+   // The assertion's text is part of the fault report: keep its spelling.
+   // clang-format off
+   KIV_ASSERT(!( peerGlobalConfig && peerIntfConfig));
+   // clang-format on
    if (!peerGlobalConfig && !peerIntfConfig) {
       Kiv::Ptr< P2pToStatehubSm > sm = p2pToStatehubSm(name);
       if (!sm) {
