@@ -7,20 +7,14 @@
 #include <filesystem>
 #include <fstream>
 
+#include "ScenarioErrorOf.h"
 #include "sim/Scenario.h"
 
 namespace {
 
 using nlohmann::json;
 
-std::string errorOf(std::string_view text) {
-   try {
-      MlagSim::parseScenario(text, "s.json");
-   } catch (const MlagSim::ScenarioError & e) {
-      return e.what();
-   }
-   return "(accepted)";
-}
+using MlagSimTest::errorOf;
 
 std::string loadError(const std::string & path) {
    try {

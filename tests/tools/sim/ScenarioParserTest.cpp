@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "ExampleScenario.h"
+#include "ScenarioErrorOf.h"
 #include "sim/Pair.h"
 #include "sim/Scenario.h"
 #include "soak/Soak.h"
@@ -9,14 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-std::string errorOf(std::string_view text) {
-   try {
-      MlagSim::parseScenario(text, "s.json");
-   } catch (const MlagSim::ScenarioError & e) {
-      return e.what();
-   }
-   return "(accepted)";
-}
+using MlagSimTest::errorOf;
 
 TEST(ScenarioParserTest, ReadsTheExampleScenario) {
    const MlagSim::Scenario s = MlagSim::parseScenario(MlagSimTest::exampleScenario, "ex.json");
