@@ -45,9 +45,15 @@ bool Agent::reload() {
    return false;
 }
 
+Peer::PeerView & Agent::peerViewIs() {
+   peer_ = std::make_unique< Peer::PeerView >(*checker_);
+   return *peer_;
+}
+
 nlohmann::json Agent::pairResultJson() const {
+   const std::string peer = peer_ && !peer_->peerName().empty() ? peer_->peerName() : peerName;
    return {{"switches",
-            {checker_->resultJson(), {{"name", peerName}, {"plugins", nlohmann::json::object()}}}}};
+            {checker_->resultJson(), {{"name", peer}, {"plugins", nlohmann::json::object()}}}}};
 }
 
 nlohmann::json Agent::statusJson() const {
@@ -58,7 +64,7 @@ nlohmann::json Agent::statusJson() const {
    return {{"switch", checker_->file().sw.name},
            {"configFile", path_},
            {"lastReload", std::move(reload)},
-           {"peerLink", "not configured"},
+           {"peerLink", peer_ ? peer_->statusJson(unixNow()) : nlohmann::json("not configured")},
            {"backlogDepth", checker_->backlogDepth()},
            {"counters",
             {{"reloadsOk", counters_.reloadsOk},

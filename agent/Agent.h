@@ -21,6 +21,7 @@
 #include "Catalog.h"
 #include "Log.h"
 #include "SwitchAgent.h"
+#include "peer/PeerView.h"
 
 namespace MlagAgent {
 
@@ -55,8 +56,14 @@ class Agent {
    Counters & counters() noexcept { return counters_; }
    const Counters & counters() const noexcept { return counters_; }
 
-   // The result JSON's form with this switch first and its (not yet
-   // connected) peer second, for the views that compare two switches.
+   // Sets up the view of the peer that a peer link fills; without it the
+   // status says the link is not configured.
+   Peer::PeerView & peerViewIs();
+   Peer::PeerView * peerView() noexcept { return peer_.get(); }
+   const Peer::PeerView * peerView() const noexcept { return peer_.get(); }
+
+   // The result JSON's form with this switch first and its peer second (by
+   // the name its hello gave), for the views that compare two switches.
    nlohmann::json pairResultJson() const;
    nlohmann::json statusJson() const;
 
@@ -67,9 +74,10 @@ class Agent {
    std::vector< MlagTool::CatalogEntry > catalog_;
    ReloadOutcome lastReload_;
    Counters counters_;
+   std::unique_ptr< Peer::PeerView > peer_; // goes before the checker it writes to
 };
 
-// The peer's name in pairResultJson() while no peer link is configured.
+// The peer's name in pairResultJson() until a peer has said its name.
 inline constexpr char peerName[] = "peer";
 
 } // namespace MlagAgent

@@ -106,6 +106,20 @@ std::string metricsText(const Agent & agent) {
    family(out, "mlag_config_check_longest_slice_seconds", "gauge",
           "The longest checker slice so far.");
    out += "mlag_config_check_longest_slice_seconds " + nlohmann::json(c.longestSlice).dump() + "\n";
+   if (const Peer::PeerView * peer = agent.peerView()) {
+      family(out, "mlag_config_check_peer_up", "gauge",
+             "1 while the peer's records are in sync over the link, else 0 (stale).");
+      sample(out, "mlag_config_check_peer_up", peer->synchronised() ? 1 : 0);
+      family(out, "mlag_config_check_peer_reconnects_total", "counter",
+             "Peer sessions after the first.");
+      sample(out, "mlag_config_check_peer_reconnects_total", peer->reconnects());
+      if (auto seconds = peer->secondsSinceSync(unixNow())) {
+         family(out, "mlag_config_check_peer_seconds_since_sync", "gauge",
+                "Seconds since the peer's records were last known to be in sync.");
+         out +=
+            "mlag_config_check_peer_seconds_since_sync " + nlohmann::json(*seconds).dump() + "\n";
+      }
+   }
    return out;
 }
 

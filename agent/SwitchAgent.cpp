@@ -31,6 +31,7 @@ SwitchAgent::SwitchAgent(MlagSim::SwitchFile file) : file_(std::move(file)) {
       p.localRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
       p.localRecord->paramNameIs(name);
       p.peerRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
+      records_.push_back({name, p.localRecord, p.peerRecord});
       plugins_.push_back(std::move(p));
    }
 }

@@ -1,7 +1,7 @@
 // MlagAgent::SwitchAgent: the checker of one switch, built from a switch
 // file and kept current by reloads. Per plugin a descriptor, a results
-// directory, a configuration entity, a local record and an (empty) peer
-// record, as on one side of the simulator's pair; once started, a container
+// directory, a configuration entity, a local record and a peer record (which
+// the peer link fills), as on one side of the simulator's pair; once started, a container
 // and top-level machine per plugin.
 //
 //   MlagAgent::SwitchAgent agent(MlagSim::loadSwitchFile("leaf1.switch.json"));
@@ -55,6 +55,13 @@ class SwitchAgent {
    const MlagSim::SwitchFile & file() const noexcept { return file_; }
    // Units of work waiting in the top-level machines' backlogs.
    std::uint64_t backlogDepth() const;
+   // Per plugin (byte order of name) the local record, which the peer link
+   // sends to the peer, and the peer record, which it fills.
+   struct Records {
+      std::string plugin;
+      Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > local, peer;
+   };
+   const std::vector< Records > & records() const noexcept { return records_; }
    // A plugin's live configuration entity (std::out_of_range when `plugin`
    // is not declared): a change made here bypasses the switch file.
    const Kiv::Ptr< Kiv::DynamicEntity > & config(const std::string & plugin) const;
@@ -66,13 +73,14 @@ class SwitchAgent {
       Kiv::Ptr< Mlag::ConfigCheck::ConfigPluginDir > dir;
       Kiv::Ptr< Kiv::DynamicEntity > config;
       Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > localRecord;
-      Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > peerRecord; // no peer link yet: empty
+      Kiv::Ptr< MlagP2p::ConfigCheck::GenericConfig > peerRecord; // filled by the peer link
       Kiv::Ptr< Mlag::ConfigCheck::SmContainer > container;       // null until start()
    };
 
    MlagSim::SwitchFile file_; // the configuration the live objects hold
    Kiv::Ptr< Mlag::Config > mlag_;
-   std::vector< Plugin > plugins_; // byte order of name
+   std::vector< Plugin > plugins_;  // byte order of name
+   std::vector< Records > records_; // the same plugins' records
    bool started_ = false;
 };
 

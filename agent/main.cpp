@@ -1,9 +1,11 @@
 // mlag-config-checkd: the configuration-consistency checker as a long-running
 // agent on one switch. Watches the switch file, keeps the results current
-// through the checker's incremental path, and serves them over HTTP.
+// through the checker's incremental path, exchanges records with the MLAG
+// peer's agent over the peer link, and serves the results over HTTP.
 //
 //   mlag-config-checkd /etc/mlag/leaf1.switch.json
 //   mlag-config-checkd --listen-api 127.0.0.1:0 --port-file /run/mlag.port leaf1.switch.json
+//   mlag-config-checkd --listen 0.0.0.0:7341 --peer PEER:7341 --peer-key-file key leaf1.switch.json
 //
 // SIGHUP reloads the file; SIGTERM and SIGINT stop the agent (exit 0).
 // Exit status 2: usage error, a bad switch file at the start, or an address
@@ -21,6 +23,7 @@
 #include "FileWatch.h"
 #include "HttpServer.h"
 #include "RealTimeDriver.h"
+#include "peer/PeerLink.h"
 #include "trace/Handle.h"
 #include "trace/Sink.h"
 
@@ -34,6 +37,10 @@ struct Options {
    std::string listen = "127.0.0.1:7340";
    std::string portFile;
    int trace = -1;
+   // The peer link.
+   std::string peerListen, peer, peerPortFile, keyFile, tlsCert, tlsKey, tlsCa;
+   bool insecurePlaintext = false;
+   double keepalive = 1.0, peerTimeout = 4.0;
 };
 
 boost::asio::ip::tcp::endpoint endpointOf(const std::string & text) {
@@ -62,6 +69,35 @@ void writePortFile(const std::string & path, std::uint16_t port) {
    }
 }
 
+std::string readKeyFile(const std::string & path) {
+   std::ifstream in(path, std::ios::binary);
+   std::string key((std::istreambuf_iterator< char >(in)), std::istreambuf_iterator< char >());
+   if (!in.eof() && !in) throw std::runtime_error("cannot read the key file " + path);
+   while (!key.empty() && (key.back() == '\n' || key.back() == '\r')) key.pop_back();
+   if (key.size() < 16) {
+      throw std::runtime_error("the key file " + path + " must hold at least 16 bytes");
+   }
+   return key;
+}
+
+MlagAgent::Peer::LinkOptions linkOptions(const Options & o) {
+   MlagAgent::Peer::LinkOptions l;
+   if (!o.peerListen.empty()) l.listen = endpointOf(o.peerListen);
+   l.peer = endpointOf(o.peer);
+   l.keepalive = o.keepalive;
+   l.timeout = o.peerTimeout;
+   if (!o.keyFile.empty()) {
+      l.auth = MlagAgent::Peer::AuthMode::key;
+      l.key = readKeyFile(o.keyFile);
+   } else if (!o.tlsCert.empty()) {
+      l.auth = MlagAgent::Peer::AuthMode::tls;
+      l.certFile = o.tlsCert;
+      l.keyFile = o.tlsKey;
+      l.caFile = o.tlsCa;
+   }
+   return l;
+}
+
 int run(const Options & o, MlagAgent::Log & log) {
    boost::asio::io_context io;
    MlagAgent::Agent agent(o.switchFile, log);
@@ -71,6 +107,18 @@ int run(const Options & o, MlagAgent::Log & log) {
    log.info(std::string(agentName) + " listening on " + bound.address().to_string() + ":" +
             std::to_string(bound.port()) + " for switch file " + o.switchFile);
    if (!o.portFile.empty()) writePortFile(o.portFile, server.port());
+
+   std::unique_ptr< MlagAgent::Peer::PeerLink > link;
+   if (!o.peer.empty()) {
+      link = std::make_unique< MlagAgent::Peer::PeerLink >(io, linkOptions(o), agent.peerViewIs(),
+                                                           agent.checker(), log,
+                                                           [&driver] { driver.kick(); });
+      log.info("peer link: " +
+               (o.peerListen.empty() ? std::string("not listening")
+                                     : "listening on port " + std::to_string(link->port())) +
+               ", peer " + o.peer + ", " + authModeText(linkOptions(o).auth));
+      if (!o.peerPortFile.empty()) writePortFile(o.peerPortFile, link->port());
+   }
 
    auto reload = [&] {
       agent.reload();
@@ -93,6 +141,7 @@ int run(const Options & o, MlagAgent::Log & log) {
    signals.async_wait(onSignal);
 
    agent.start();
+   if (link) link->start();
    driver.kick();
    io.run();
    return 0;
@@ -116,8 +165,49 @@ int main(int argc, char ** argv) {
    app.add_option("--trace", o.trace, "Log the checker's trace lines up to LEVEL (0-9)")
       ->option_text("LEVEL")
       ->check(CLI::Range(0, 9));
+   app.add_option("--listen", o.peerListen,
+                  "Address and port where the peer link waits for the peer (port 0 picks a "
+                  "free one)")
+      ->option_text("ADDR:PORT");
+   app.add_option("--peer", o.peer, "Address and port of the peer's agent; turns the link on")
+      ->option_text("ADDR:PORT");
+   app.add_option("--peer-port-file", o.peerPortFile, "Write the peer link's bound port to FILE")
+      ->option_text("FILE");
+   auto * key = app.add_option("--peer-key-file", o.keyFile,
+                               "Authenticate the peer with the pre-shared key in FILE "
+                               "(HMAC-SHA-256 challenge-response)")
+                   ->option_text("FILE");
+   auto * cert = app.add_option("--tls-cert", o.tlsCert, "Mutual TLS: this agent's certificate")
+                    ->option_text("FILE");
+   auto * tlsKey = app.add_option("--tls-key", o.tlsKey, "Mutual TLS: this agent's private key")
+                      ->option_text("FILE");
+   auto * ca = app.add_option("--tls-ca", o.tlsCa, "Mutual TLS: the CA that signs both agents")
+                  ->option_text("FILE");
+   auto * plain = app.add_flag("--insecure-plaintext", o.insecurePlaintext,
+                               "Run the peer link without authentication or encryption");
+   app.add_option("--keepalive", o.keepalive, "Seconds between keepalives (default 1)")
+      ->option_text("SECONDS")
+      ->check(CLI::Range(0.01, 3600.0));
+   app.add_option("--peer-timeout", o.peerTimeout,
+                  "Seconds of silence after which the peer counts as down (default 4)")
+      ->option_text("SECONDS")
+      ->check(CLI::Range(0.05, 86400.0));
+   cert->needs(tlsKey, ca);
+   tlsKey->needs(cert);
+   ca->needs(cert);
+   key->excludes(cert, plain);
+   cert->excludes(plain);
    try {
       app.parse(argc, argv);
+      if (!o.peer.empty() && o.keyFile.empty() && o.tlsCert.empty() && !o.insecurePlaintext) {
+         throw CLI::ValidationError("--peer",
+                                    "the peer link needs --peer-key-file, --tls-cert/--tls-key/"
+                                    "--tls-ca, or an explicit --insecure-plaintext");
+      }
+      if (o.peer.empty() && (!o.peerListen.empty() || !o.keyFile.empty() || !o.tlsCert.empty() ||
+                             o.insecurePlaintext)) {
+         throw CLI::ValidationError("--peer", "the peer link options need --peer ADDR:PORT");
+      }
    } catch (const CLI::ParseError & e) {
       return app.exit(e) == 0 ? 0 : exitUsage;
    }

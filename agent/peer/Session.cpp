@@ -1,0 +1,168 @@
+#include "Session.h"
+
+#include "Crypto.h"
+
+namespace MlagAgent::Peer {
+
+const char * authModeText(AuthMode mode) noexcept {
+   switch (mode) {
+      case AuthMode::plaintext:
+         return "plaintext";
+      case AuthMode::key:
+         return "pre-shared key";
+      case AuthMode::tls:
+         return "mutual TLS";
+   }
+   return "unknown";
+}
+
+Session::Session(const LocalSwitch & local, FrameSink send, std::function< void() > onAuthenticated)
+      : local_(local), send_(std::move(send)), onAuthenticated_(std::move(onAuthenticated)) {}
+
+Session::~Session() = default;
+
+void Session::start() {
+   nonce_ = randomBytes(nonceBytes);
+   FrameWriter w(FrameType::hello);
+   w.u16(protocolVersion);
+   w.u8(static_cast< std::uint8_t >(local_.auth));
+   w.str(local_.name);
+   w.raw(nonce_);
+   w.raw(local_.incarnation);
+   w.u32(static_cast< std::uint32_t >(local_.plugins.size()));
+   for (const auto & [name, digest] : local_.plugins) {
+      w.str(name);
+      w.str(digest);
+   }
+   send_(w.finish());
+}
+
+void Session::receive(const char * data, std::size_t size, double now) {
+   if (state_ == State::stopped) return;
+   splitter_.feed(data, size);
+   while (state_ != State::stopped) {
+      std::optional< Frame > frame = splitter_.next();
+      if (!frame) return;
+      onFrame(*frame, now);
+   }
+}
+
+void Session::onFrame(const Frame & frame, double now) {
+   switch (frame.type) {
+      case FrameType::hello:
+         if (state_ != State::awaitingHello) throw WireError("a second hello");
+         onHello(frame.payload);
+         return;
+      case FrameType::auth:
+         if (state_ != State::awaitingProof) throw WireError("an auth frame out of place");
+         onProof(frame.payload);
+         return;
+      case FrameType::snapshotBegin:
+      case FrameType::snapshotEnd:
+      case FrameType::change:
+      case FrameType::keepalive:
+         break;
+      default:
+         throw WireError("unknown frame type " +
+                         std::to_string(static_cast< unsigned >(frame.type)));
+   }
+   if (state_ != State::active) {
+      throw WireError(std::string("a ") + frameTypeText(frame.type) +
+                      " frame before the session was established");
+   }
+   switch (frame.type) {
+      case FrameType::snapshotBegin:
+         PayloadReader(frame.payload).expectEnd();
+         view_->snapshotBegin();
+         break;
+      case FrameType::snapshotEnd:
+         PayloadReader(frame.payload).expectEnd();
+         view_->snapshotEnd(now);
+         break;
+      case FrameType::change:
+         view_->change(readChange(frame.payload));
+         break;
+      default:
+         PayloadReader(frame.payload).expectEnd();
+         break;
+   }
+   view_->frameReceived(now);
+}
+
+void Session::onHello(std::string_view payload) {
+   PayloadReader r(payload);
+   const std::uint16_t version = r.u16();
+   if (version != protocolVersion) {
+      throw WireError("the peer speaks protocol version " + std::to_string(version) +
+                      ", this agent speaks version " + std::to_string(protocolVersion));
+   }
+   const std::uint8_t auth = r.u8();
+   if (auth != static_cast< std::uint8_t >(local_.auth)) {
+      throw WireError(std::string("the peer uses ") +
+                      (auth <= 2 ? authModeText(static_cast< AuthMode >(auth)) : "an unknown") +
+                      " authentication, this agent uses " + authModeText(local_.auth));
+   }
+   peer_.switchName = std::string(r.str());
+   if (peer_.switchName == local_.name) {
+      throw WireError("the peer has this switch's own name '" + local_.name + "'");
+   }
+   peerNonce_ = std::string(r.raw(nonceBytes));
+   if (peerNonce_ == nonce_) throw WireError("the peer sent back this switch's own challenge");
+   peer_.incarnation = std::string(r.raw(incarnationBytes));
+   for (std::uint32_t n = r.count(8); n > 0; --n) {
+      std::string name(r.str());
+      peer_.plugins[std::move(name)] = std::string(r.str());
+   }
+   r.expectEnd();
+   if (local_.auth != AuthMode::key) {
+      authenticatedNow();
+      return;
+   }
+   FrameWriter w(FrameType::auth);
+   w.raw(keyProof(local_.key, local_.name, peer_.switchName, peerNonce_, nonce_));
+   send_(w.finish());
+   state_ = State::awaitingProof;
+}
+
+void Session::onProof(std::string_view payload) {
+   PayloadReader r(payload);
+   const std::string_view proof = r.raw(proofBytes);
+   r.expectEnd();
+   if (!proofMatches(keyProof(local_.key, peer_.switchName, local_.name, nonce_, peerNonce_),
+                     proof)) {
+      throw WireError("the peer's key proof is wrong (the pre-shared keys differ)");
+   }
+   authenticatedNow();
+}
+
+void Session::authenticatedNow() {
+   state_ = State::authenticated;
+   splitter_.limitIs(maxFrameBytes);
+   onAuthenticated_();
+}
+
+void Session::activate(PeerView & view, const std::vector< SwitchAgent::Records > & records,
+                       double now) {
+   state_ = State::active;
+   view_ = &view;
+   view.sessionUp(peer_, now);
+   send_(FrameWriter(FrameType::snapshotBegin).finish());
+   for (const SwitchAgent::Records & r : records) snapshotFrames(*r.local, r.plugin, send_);
+   send_(FrameWriter(FrameType::snapshotEnd).finish());
+   // Installed in the same turn as the snapshot: no change falls between.
+   for (const SwitchAgent::Records & r : records) {
+      taps_.push_back(std::make_unique< RecordTap >(r.local, r.plugin, send_));
+   }
+}
+
+void Session::sendKeepalive() {
+   if (state_ == State::active) send_(FrameWriter(FrameType::keepalive).finish());
+}
+
+void Session::stop() {
+   state_ = State::stopped;
+   view_ = nullptr;
+   taps_.clear();
+}
+
+} // namespace MlagAgent::Peer
