@@ -1,6 +1,7 @@
 #include "Agent.h"
 
 #include "ConfigDiff.h"
+#include "peer/Crypto.h"
 
 namespace MlagAgent {
 
@@ -14,10 +15,17 @@ std::vector< MlagTool::CatalogEntry > catalogOf(const MlagSim::SwitchFile & file
 
 } // namespace
 
+MlagSim::SwitchFile Agent::load() {
+   const std::string text = MlagSim::readInputFile(path_);
+   MlagSim::SwitchFile file = MlagSim::parseSwitchFile(text, path_);
+   fileDigest_ = Peer::sha256Hex(text);
+   return file;
+}
+
 Agent::Agent(std::string path, Log & log)
       : path_(std::move(path)),
         log_(log),
-        checker_(std::make_unique< SwitchAgent >(MlagSim::loadSwitchFile(path_))),
+        checker_(std::make_unique< SwitchAgent >(load())),
         catalog_(catalogOf(checker_->file())) {}
 
 void Agent::start() {
@@ -28,7 +36,14 @@ void Agent::start() {
 
 bool Agent::reload() {
    try {
-      const std::size_t changes = checker_->reload(MlagSim::loadSwitchFile(path_));
+      const std::string digest = fileDigest_;
+      std::size_t changes = 0;
+      try {
+         changes = checker_->reload(load());
+      } catch (...) {
+         fileDigest_ = digest; // still the last good file's
+         throw;
+      }
       lastReload_ = {unixNow(), changes == 0 ? "unchanged" : "applied", changes, {}};
       ++counters_.reloadsOk;
       counters_.changesApplied += changes;
@@ -63,6 +78,7 @@ nlohmann::json Agent::statusJson() const {
    if (!lastReload_.error.empty()) reload["error"] = lastReload_.error;
    return {{"switch", checker_->file().sw.name},
            {"configFile", path_},
+           {"configSha256", fileDigest_},
            {"lastReload", std::move(reload)},
            {"peerLink", peer_ ? peer_->statusJson(unixNow()) : nlohmann::json("not configured")},
            {"backlogDepth", checker_->backlogDepth()},

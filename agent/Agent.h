@@ -68,8 +68,12 @@ class Agent {
    nlohmann::json statusJson() const;
 
  private:
+   // Reads and parses the switch file, noting the digest of its text.
+   MlagSim::SwitchFile load();
+
    std::string path_;
    Log & log_;
+   std::string fileDigest_; // SHA-256 of the file the checker runs on
    std::unique_ptr< SwitchAgent > checker_;
    std::vector< MlagTool::CatalogEntry > catalog_;
    ReloadOutcome lastReload_;

@@ -6,6 +6,8 @@
 //   bool ok = proofMatches(proof, received);          // constant time
 #pragma once
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -24,5 +26,32 @@ std::string keyProof(std::string_view key, std::string_view sender, std::string_
 bool proofMatches(std::string_view expected, std::string_view received);
 // SHA-256 of `text` in lowercase hex.
 std::string sha256Hex(std::string_view text);
+
+inline constexpr std::size_t tagBytes = 16;
+
+// The tag that closes every frame after the handshake: HMAC-SHA-256, cut to
+// tagBytes, over the frame's number in its direction and its type and
+// payload, keyed for one direction of one connection. A changed, dropped,
+// repeated or reordered frame fails its check. In key mode the key derives
+// from the pre-shared key, so only the peer can tag; otherwise from the two
+// challenges alone, which guards against corruption, not against an
+// attacker (TLS does that in TLS mode).
+class FrameTagger {
+ public:
+   // `secret` is the pre-shared key, or empty.
+   FrameTagger(std::string_view secret, std::string_view sender, std::string_view receiver,
+               std::string_view senderNonce, std::string_view receiverNonce);
+   ~FrameTagger();
+   FrameTagger(const FrameTagger &) = delete;
+   FrameTagger & operator=(const FrameTagger &) = delete;
+
+   // The tag of the next frame in this direction.
+   std::string next(std::uint8_t type, std::string_view payload);
+
+ private:
+   struct Mac;
+   std::unique_ptr< Mac > mac_;
+   std::uint64_t count_ = 0;
+};
 
 } // namespace MlagAgent::Peer

@@ -33,6 +33,7 @@ void PeerView::sessionUp(PeerHello hello, double now) {
    ++sessions_;
    since_ = now;
    lastError_.clear();
+   changesSent_ = changesReceived_ = 0;
 }
 
 void PeerView::snapshotBegin() {
@@ -45,6 +46,7 @@ void PeerView::snapshotBegin() {
 }
 
 void PeerView::change(const Change & c) {
+   ++changesReceived_;
    if (snapshot_) {
       auto it = snapshot_->find(c.plugin);
       if (it != snapshot_->end()) applyChange(c, *it->second);
@@ -90,6 +92,8 @@ nlohmann::json PeerView::statusJson(double now) const {
    if (connected_) {
       s["link"] = synchronised() ? "connected" : "synchronising";
       s["since"] = utcText(since_);
+      s["changesSent"] = changesSent_;
+      s["changesReceived"] = changesReceived_;
    } else if (sessions_ > 0) {
       s["link"] = "down";
       s["since"] = utcText(since_);

@@ -1,7 +1,5 @@
 #include "Session.h"
 
-#include "Crypto.h"
-
 namespace MlagAgent::Peer {
 
 const char * authModeText(AuthMode mode) noexcept {
@@ -114,6 +112,11 @@ void Session::onHello(std::string_view payload) {
       peer_.plugins[std::move(name)] = std::string(r.str());
    }
    r.expectEnd();
+   const std::string_view secret = local_.auth == AuthMode::key ? local_.key : std::string_view();
+   outTag_ =
+      std::make_unique< FrameTagger >(secret, local_.name, peer_.switchName, nonce_, peerNonce_);
+   inTag_ =
+      std::make_unique< FrameTagger >(secret, peer_.switchName, local_.name, peerNonce_, nonce_);
    if (local_.auth != AuthMode::key) {
       authenticatedNow();
       return;
@@ -137,7 +140,7 @@ void Session::onProof(std::string_view payload) {
 
 void Session::authenticatedNow() {
    state_ = State::authenticated;
-   splitter_.limitIs(maxFrameBytes);
+   splitter_.limitIs(maxFrameBytes + tagBytes);
    onAuthenticated_();
 }
 
@@ -146,17 +149,29 @@ void Session::activate(PeerView & view, const std::vector< SwitchAgent::Records 
    state_ = State::active;
    view_ = &view;
    view.sessionUp(peer_, now);
-   send_(FrameWriter(FrameType::snapshotBegin).finish());
-   for (const SwitchAgent::Records & r : records) snapshotFrames(*r.local, r.plugin, send_);
-   send_(FrameWriter(FrameType::snapshotEnd).finish());
+   const FrameSink sendChange = [this](std::string frame) {
+      sendTagged(std::move(frame));
+      view_->changeSent();
+   };
+   sendTagged(FrameWriter(FrameType::snapshotBegin).finish());
+   for (const SwitchAgent::Records & r : records) snapshotFrames(*r.local, r.plugin, sendChange);
+   sendTagged(FrameWriter(FrameType::snapshotEnd).finish());
    // Installed in the same turn as the snapshot: no change falls between.
    for (const SwitchAgent::Records & r : records) {
-      taps_.push_back(std::make_unique< RecordTap >(r.local, r.plugin, send_));
+      taps_.push_back(std::make_unique< RecordTap >(r.local, r.plugin, sendChange));
    }
 }
 
+void Session::sendTagged(std::string frame) {
+   const std::string_view payload = std::string_view(frame).substr(5);
+   frame += outTag_->next(static_cast< std::uint8_t >(frame[4]), payload);
+   const std::size_t length = frame.size() - 4;
+   for (std::size_t i = 0; i < 4; ++i) frame[i] = static_cast< char >(length >> (24 - 8 * i));
+   send_(std::move(frame));
+}
+
 void Session::sendKeepalive() {
-   if (state_ == State::active) send_(FrameWriter(FrameType::keepalive).finish());
+   if (state_ == State::active) sendTagged(FrameWriter(FrameType::keepalive).finish());
 }
 
 void Session::stop() {

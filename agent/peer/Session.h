@@ -3,11 +3,12 @@
 // the sink. The protocol, in order:
 //
 //   both sides:  hello (version, authentication, switch name, challenge,
-//                plugins with descriptor digests)
+//                incarnation, plugins with descriptor digests)
 //   key mode:    auth (the proof over the other side's challenge)
 //   once the other side is authenticated and the link has chosen this
 //   session: snapshot-begin, a change per value and nested record,
 //   snapshot-end; then a change frame per change, keepalives when idle.
+//   Every frame after the handshake ends with its tag (FrameTagger).
 //
 //   Session s(local, send);
 //   s.start();                               // sends the hello
@@ -25,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "Crypto.h"
 #include "PeerView.h"
 #include "RecordTap.h"
 #include "Wire.h"
@@ -80,6 +82,7 @@ class Session {
    void onHello(std::string_view payload);
    void onProof(std::string_view payload);
    void authenticatedNow();
+   void sendTagged(std::string frame);
 
    const LocalSwitch & local_;
    FrameSink send_;
@@ -89,7 +92,8 @@ class Session {
    std::string nonce_; // our challenge
    std::string peerNonce_;
    PeerHello peer_;
-   PeerView * view_ = nullptr; // set once active
+   std::unique_ptr< FrameTagger > outTag_, inTag_; // from the peer's hello on
+   PeerView * view_ = nullptr;                     // set once active
    std::vector< std::unique_ptr< RecordTap > > taps_;
 };
 
