@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -75,8 +74,7 @@ struct Hostile : Kiv::PtrInterface {
       if (insertKey_ >= 0) map_->insert(insertKey_, Kiv::Ptr< Hostile >());
    }
    Map * map_;
-   int eraseKey_;
-   int insertKey_;
+   int eraseKey_, insertKey_;
 };
 
 // Entities embed one map each, most holding a single entry.
@@ -90,11 +88,12 @@ TEST(HashMapTest, ValueDestructorMayEraseFromAndInsertIntoTheMap) {
    for (int i = 0; i < 40; ++i) {
       m.insert(i, i % 2 == 0 ? Kiv::kivNew< Hostile >(&m, i + 1, 1000 + i) : nullptr);
    }
-   for (int i = 0; i < 40; i += 2) EXPECT_TRUE(m.erase(i));
-   std::vector< int > order;
-   std::vector< int > expected;
+   std::vector< int > order, expected;
+   for (int i = 0; i < 40; i += 2) {
+      EXPECT_TRUE(m.erase(i));
+      expected.push_back(1000 + i);
+   }
    for (auto & it : m) order.push_back(it.key());
-   for (int i = 0; i < 40; i += 2) expected.push_back(1000 + i);
    EXPECT_EQ(order, expected);
    for (int i = 0; i < 40; ++i) EXPECT_FALSE(m.contains(i)) << i;
    for (int key : expected) EXPECT_TRUE(m.contains(key)) << key;
@@ -112,7 +111,7 @@ TEST(HashMapTest, CopiesHoldOnlyTheLiveEntriesInOrder) {
    // so that its erased slots are kept.
    for (const char * letters : {"ab", "abcdef", "abcdefghijklmnopqrst"}) {
       SCOPED_TRACE(letters);
-      Map source = lettered(letters);
+      Map source = lettered(letters), assigned = lettered("xyz");
       auto it = source.begin();
       std::vector< std::string > expected;
       for (const char * c = letters; *c; ++c) {
@@ -123,7 +122,6 @@ TEST(HashMapTest, CopiesHoldOnlyTheLiveEntriesInOrder) {
          }
       }
       Map copy(source);
-      Map assigned = lettered("xyz");
       assigned = source;
       for (Map * m : {&copy, &assigned}) {
          EXPECT_EQ(keys(*m), expected);
@@ -167,8 +165,7 @@ TEST(HashMapTest, FailedGrowthLeavesTheMapAsItWas) {
       int expected = 0;
       for (auto & it : m) {
          EXPECT_EQ(it.key(), expected);
-         EXPECT_EQ(it.value().value, expected + 10);
-         ++expected;
+         EXPECT_EQ(it.value().value, 10 + expected++);
       }
       EXPECT_TRUE(m.insert(size, Fragile(1)).second);
       EXPECT_EQ(m.get(0)->value, 10);
@@ -179,53 +176,43 @@ TEST(HashMapTest, FailedGrowthLeavesTheMapAsItWas) {
 // entries are dropped only between iterations, as the map may do.
 struct Model {
    struct Entry {
-      int key;
-      int value;
+      int key, value;
       bool live;
    };
    std::vector< Entry > seq;
-   std::map< int, std::size_t > where;
 
+   // The live entry of `key`; seq.size() when there is none.
+   std::size_t find(int key) const {
+      for (std::size_t i = 0; i < seq.size(); ++i) {
+         if (seq[i].live && seq[i].key == key) return i;
+      }
+      return seq.size();
+   }
    void insert(int key, int value) {
-      auto found = where.find(key);
-      if (found != where.end()) {
-         seq[found->second].value = value;
+      const std::size_t at = find(key);
+      if (at < seq.size()) {
+         seq[at].value = value;
       } else {
-         where[key] = seq.size();
          seq.push_back({key, value, true});
       }
    }
-   void erase(int key) {
-      auto found = where.find(key);
-      if (found == where.end()) return;
-      seq[found->second].live = false;
-      where.erase(found);
+   bool erase(int key) {
+      const std::size_t at = find(key);
+      if (at == seq.size()) return false;
+      seq[at].live = false;
+      return true;
    }
    std::size_t settle(std::size_t pos) const {
       while (pos < seq.size() && !seq[pos].live) ++pos;
       return pos;
    }
    void compact() {
-      std::vector< Entry > kept;
-      where.clear();
-      for (const Entry & e : seq) {
-         if (!e.live) continue;
-         where[e.key] = kept.size();
-         kept.push_back(e);
-      }
-      seq.swap(kept);
+      std::erase_if(seq, [](const Entry & e) { return !e.live; });
    }
 };
 
-unsigned testSeed() {
-   const char * fixed = std::getenv("KIV_TEST_SEED");
-   return fixed ? static_cast< unsigned >(std::strtoul(fixed, nullptr, 10))
-                : std::random_device()();
-}
-
-void expectSameContents(Kiv::HashMap< int, int > & m, Model & model) {
-   std::vector< std::pair< int, int > > got;
-   std::vector< std::pair< int, int > > want;
+void expectSameContents(Kiv::HashMap< int, int > & m, const Model & model) {
+   std::vector< std::pair< int, int > > got, want;
    for (auto & it : m) got.emplace_back(it.key(), it.value());
    for (const Model::Entry & e : model.seq) {
       if (e.live) want.emplace_back(e.key, e.value);
@@ -234,16 +221,18 @@ void expectSameContents(Kiv::HashMap< int, int > & m, Model & model) {
    ASSERT_EQ(m.size(), want.size());
    for (int k = 0; k < 64; ++k) {
       const int * v = m.get(k);
-      auto found = model.where.find(k);
-      ASSERT_EQ(v != nullptr, found != model.where.end()) << "key " << k;
+      const std::size_t at = model.find(k);
+      ASSERT_EQ(v != nullptr, at < model.seq.size()) << "key " << k;
       if (v) {
-         ASSERT_EQ(*v, model.seq[found->second].value) << "key " << k;
+         ASSERT_EQ(*v, model.seq[at].value) << "key " << k;
       }
    }
 }
 
 TEST(HashMapTest, RandomOperationsAgreeWithAModel) {
-   const unsigned seed = testSeed();
+   const char * fixed = std::getenv("KIV_TEST_SEED");
+   const unsigned seed =
+      fixed ? static_cast< unsigned >(std::strtoul(fixed, nullptr, 10)) : std::random_device()();
    SCOPED_TRACE("KIV_TEST_SEED=" + std::to_string(seed));
    RecordProperty("seed", std::to_string(seed));
    std::mt19937 rng(seed);
@@ -254,14 +243,12 @@ TEST(HashMapTest, RandomOperationsAgreeWithAModel) {
    for (int op = 0; op < 3000; ++op) {
       const int kind = pick(10);
       if (kind < 4) {
-         const int key = pick(64);
-         const int value = pick(1000);
+         const int key = pick(64), value = pick(1000);
          m.insert(key, value);
          model.insert(key, value);
       } else if (kind < 6) {
          const int key = pick(64);
-         EXPECT_EQ(m.erase(key), model.where.count(key) == 1);
-         model.erase(key);
+         EXPECT_EQ(m.erase(key), model.erase(key));
       } else if (kind < 7) {
          // The lookup hints only read, whatever the map's state.
          const int key = pick(64);
@@ -271,24 +258,21 @@ TEST(HashMapTest, RandomOperationsAgreeWithAModel) {
       } else {
          // One walk, changing the map under the iterator.
          auto it = pick(3) == 0 ? m.find(pick(64)) : m.begin();
-         std::size_t pos = it.valid() ? model.where.at(it.key()) : model.seq.size();
+         std::size_t pos = it.valid() ? model.find(it.key()) : model.seq.size();
          for (int step = 0; step < 40; ++step) {
             pos = model.settle(pos);
             ASSERT_EQ(it.valid(), pos < model.seq.size()) << "op " << op << " step " << step;
             if (!it.valid()) break;
             ASSERT_EQ(it.key(), model.seq[pos].key);
             ASSERT_EQ(it.value(), model.seq[pos].value);
-            const int action = pick(8);
+            const int action = pick(8), key = pick(64), value = pick(1000);
             if (action == 0) {
                model.erase(it.key());
                m.erase(it);
             } else if (action == 1) {
-               const int key = pick(64);
                m.erase(key);
                model.erase(key);
             } else if (action == 2) {
-               const int key = pick(64);
-               const int value = pick(1000);
                m.insert(key, value);
                model.insert(key, value);
             } else if (action == 3 && pick(4) == 0) {
