@@ -140,36 +140,51 @@ TEST_F(LocalSideTest, AFailedReadIsTracedAndTakenForNoValue) {
 }
 
 // The change path traces the value in its own text form and its value
-// string as text, then files through updateConfigCheckDb, which resolves the
-// machine's name again; the trace lines read exactly so.
+// string as text, then files through updateConfigCheckDb. Both resolve the
+// machine's name: a machine that is no interface ("Local", a group) shows as
+// such once for the parameter name, then as often as updateConfigCheckDb
+// alone shows it.
 TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
    start();
+   const auto g1 = config->entityMember("group", "g1");
    const struct {
+      const char * machine;
       const char * attr;
       Kiv::Value value;
       const char * line;
    } cases[] = {
-      {"priority", Kiv::Value::integer(200),
+      {"Local", "priority", Kiv::Value::integer(200),
        ": On attribute change, parameter name = 'priority', readConfig = 'lacp', writeConfig = "
        "'lacp', value = 200 value string = '200' , key = ''"},
-      {"timeout", Kiv::Value::string("fast"),
+      {"Local", "timeout", Kiv::Value::string("fast"),
        ": On attribute change, parameter name = 'timeout', readConfig = 'lacp', writeConfig = "
        "'lacp', value = 'fast' value string = '\\'fast\\'' , key = ''"},
+      {"g1", "mtu", Kiv::Value::integer(1450),
+       ": On attribute change, parameter name = 'mtu', readConfig = 'g1', writeConfig = 'g1', "
+       "value = 1450 value string = '1450' , key = ''"},
    };
    for (const auto & c : cases) {
+      const bool local = c.machine == std::string("Local");
       Traces traces;
-      config->valueIs(c.attr, c.value);
+      (local ? Kiv::Ptr< Kiv::DynamicEntity >(config) : g1)->valueIs(c.attr, c.value);
       EXPECT_TRUE(traces.endsLine(c.line)) << traces.all();
       const std::string filed = std::string(
                                    "updateConfigCheckDb(const Kiv::GenericValue&, const "
-                                   "Ptr&, const Kiv::KivAttr&): Interface 'Local', attr  '") +
-                                c.attr + "', key = '', value = " + c.value.strep().stdString();
-      EXPECT_LT(traces.indexOf(std::string("Parameter '") + c.attr + "' of 'Local' has value "),
+                                   "Ptr&, const Kiv::KivAttr&): Interface '") +
+                                c.machine + "', attr  '" + c.attr +
+                                "', key = '', value = " + c.value.strep().stdString();
+      EXPECT_NE(traces.indexOf(filed), std::string::npos) << traces.all();
+      EXPECT_LT(traces.indexOf(std::string("Parameter '") + (local ? c.attr : "mtu g1") + "' of '" +
+                               c.machine + "' has value "),
                 traces.indexOf(filed))
          << traces.all();
-      EXPECT_NE(traces.indexOf(filed), std::string::npos) << traces.all();
-      // Once for the parameter name, once more inside updateConfigCheckDb.
-      EXPECT_EQ(traces.count("Invalid intfId exception for 'Local'"), 2u) << traces.all();
+      const std::string noIntf = std::string("Invalid intfId exception for '") + c.machine + "'";
+      EXPECT_EQ(traces.count(noIntf), 2u) << traces.all();
+      traces.clear();
+      auto machine = local ? sm : sm->statehubToP2pSm(c.machine);
+      machine->updateConfigCheckDb(Kiv::GenericValue(), machine->writeConfig(),
+                                   *machine->readConfig()->kivType().attr(c.attr));
+      EXPECT_EQ(traces.count(noIntf), 1u) << traces.all();
    }
 }
 
