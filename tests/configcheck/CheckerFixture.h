@@ -45,22 +45,20 @@ inline Kiv::Ptr< ConfigGlobalDiff > globalEntry(const Kiv::Ptr< ConfigPluginDir 
 // entry: the interface table with an interface name, the global table without.
 inline constexpr const char * none = "<none>";
 
-template < class Entry >
-std::string entryVal(const Entry & entry, bool local) {
-   if (!entry) return none;
-   return (local ? entry->localVal() : entry->peerVal()).stdString();
+inline std::string entryVal(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
+                            const char * intf, bool local) {
+   auto read = [local](const auto & e) {
+      return e ? (local ? e->localVal() : e->peerVal()).stdString() : none;
+   };
+   return intf ? read(intfEntry(dir, param, intf)) : read(globalEntry(dir, param));
 }
-
 inline std::string localEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
                               const char * intf = nullptr) {
-   return intf ? entryVal(intfEntry(dir, param, intf), true)
-               : entryVal(globalEntry(dir, param), true);
+   return entryVal(dir, param, intf, true);
 }
-
 inline std::string peerEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
                              const char * intf = nullptr) {
-   return intf ? entryVal(intfEntry(dir, param, intf), false)
-               : entryVal(globalEntry(dir, param), false);
+   return entryVal(dir, param, intf, false);
 }
 
 // The plugin most tests check: global scalars and a value collection, a
@@ -135,9 +133,8 @@ class Traces {
    }
    // The position of the first line containing `text`; npos when none does.
    std::size_t indexOf(std::string_view text) const {
-      const auto & lines = sink_.lines();
-      for (std::size_t i = 0; i < lines.size(); ++i) {
-         if (lines[i].text.find(text) != std::string::npos) return i;
+      for (std::size_t i = 0; i < sink_.lines().size(); ++i) {
+         if (sink_.lines()[i].text.find(text) != std::string::npos) return i;
       }
       return std::string::npos;
    }
@@ -155,17 +152,15 @@ class Traces {
 };
 
 // Every test starts on virtual time with nothing scheduled and ends with no
-// checker object left alive.
+// checker object left alive: the live counts are taken before the derived
+// fixture's members are built (the activity manager lives on), and compared
+// once they have released their references.
 class CheckerTestBase : public ::testing::Test {
  protected:
-   // Taken before the derived fixture's members are built, and after the
-   // process's activity manager (which lives on) exists.
    CheckerTestBase() : before_((Kiv::activityManager(), Kiv::LiveCount::snapshot())) {
       Kiv::System::virtualTimeIs(0);
    }
    void TearDown() override { runUntilQuiet(); }
-   // Runs once the derived fixture's members have released their references;
-   // a failure here still counts against the test.
    ~CheckerTestBase() override {
       for (const auto & [type, count] : Kiv::LiveCount::snapshot()) {
          auto it = before_.find(type);
