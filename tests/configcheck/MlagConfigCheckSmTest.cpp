@@ -208,63 +208,55 @@ TEST_F(TopLevelTest, NotificationsFollowTheTopLevelDownToItsSides) {
 TEST_F(TopLevelTest, ReflectiveAccessByAttributeName) {
    start();
    Kiv::GenericValue result;
-   EXPECT_TRUE(top->genericIfOp(Op::get, "statehubToP2pSm", {}, result));
-   EXPECT_EQ(held(result), top->statehubToP2pSm());
-   EXPECT_TRUE(top->genericIfOp(Op::get, "configCheckDesc", {}, result));
-   EXPECT_EQ(held(result), desc);
-   EXPECT_TRUE(top->genericIfOp(Op::get, "name", {}, result));
-   EXPECT_EQ(result.value().stringValue(), "lacp");
-
-   EXPECT_TRUE(top->genericIfOp(Op::set, "initialized", {Kiv::Value::boolean(false)}, result));
+   // What an operation the attribute supports hands back.
+   auto op = [&](Op o, const char * attribute, const Args & args = {}) {
+      EXPECT_TRUE(top->genericIfOp(o, attribute, args, result)) << attribute;
+      return result;
+   };
+   EXPECT_EQ(held(op(Op::get, "statehubToP2pSm")), top->statehubToP2pSm());
+   EXPECT_EQ(held(op(Op::get, "configCheckDesc")), desc);
+   EXPECT_EQ(op(Op::get, "name").value().stringValue(), "lacp");
+   op(Op::set, "initialized", {Kiv::Value::boolean(false)});
    EXPECT_FALSE(top->initialized());
-   EXPECT_TRUE(top->genericIfOp(Op::call, "handleInitialized", {}, result));
+   op(Op::call, "handleInitialized");
    EXPECT_TRUE(top->initialized());
 
-   EXPECT_TRUE(top->genericIfOp(Op::del, "p2pToStatehubSm", {}, result));
+   op(Op::del, "p2pToStatehubSm");
    EXPECT_FALSE(top->p2pToStatehubSm());
-   EXPECT_TRUE(
-      top->genericIfOp(Op::call, "handlePeerSmCreation", {Kiv::Value::string("Peer")}, result));
+   op(Op::call, "handlePeerSmCreation", {Kiv::Value::string("Peer")});
    ASSERT_TRUE(top->p2pToStatehubSm());
    EXPECT_TRUE(top->p2pToStatehubSm()->initialized());
-   EXPECT_TRUE(top->genericIfOp(Op::del, "statehubToP2pSm", {}, result));
+   op(Op::del, "statehubToP2pSm");
    EXPECT_FALSE(top->statehubToP2pSm());
-   EXPECT_TRUE(top->genericIfOp(
-      Op::call, "handleLocalSmCreation",
-      {Kiv::Value::string("Local"), Kiv::GenericValue(Kiv::genericIf(config))}, result));
+   const Kiv::GenericValue entity(Kiv::genericIf(config));
+   op(Op::call, "handleLocalSmCreation", {Kiv::Value::string("Local"), entity});
    ASSERT_TRUE(top->statehubToP2pSm());
 
-   const Kiv::GenericValue clock =
-      Kiv::GenericValue::object(Kiv::activityManager()->config()->clock());
-   auto object = [](const Kiv::Ptr< Kiv::PtrInterface > & o) {
+   const auto object = [](const Kiv::Ptr< Kiv::PtrInterface > & o) {
       return Kiv::GenericValue::object(o);
    };
-   auto localSide = top->statehubToP2pSm();
-   EXPECT_TRUE(top->genericIfOp(
-      Op::instantiate, "statehubToP2pSm",
-      {clock, object(dir), Kiv::Value::string("Local"), Kiv::GenericValue(Kiv::genericIf(config)),
-       object(local), object(desc), object(mlag)},
-      result));
-   EXPECT_EQ(held(result), localSide);
-   auto peerSide = [&](const Kiv::GenericValue & mlagArg) {
-      EXPECT_TRUE(top->genericIfOp(Op::instantiate, "p2pToStatehubSm",
-                                   {clock, object(dir), object(peerRecord),
-                                    Kiv::Value::string("Peer"), mlagArg, Kiv::GenericValue()},
-                                   result));
-      return held(result);
-   };
-   EXPECT_EQ(peerSide(object(mlag)), top->p2pToStatehubSm());
+   const Kiv::GenericValue clock = object(Kiv::activityManager()->config()->clock());
+   EXPECT_EQ(held(op(Op::instantiate, "statehubToP2pSm",
+                     {clock, object(dir), Kiv::Value::string("Local"), entity, object(local),
+                      object(desc), object(mlag)})),
+             top->statehubToP2pSm());
+   for (const Kiv::GenericValue & mlagArg : {object(mlag), Kiv::GenericValue()}) {
+      EXPECT_EQ(held(op(Op::instantiate, "p2pToStatehubSm",
+                        {clock, object(dir), object(peerRecord), Kiv::Value::string("Peer"),
+                         mlagArg, Kiv::GenericValue()})),
+                top->p2pToStatehubSm());
+   }
    // A peer side instantiated reflectively gets no descriptor.
-   EXPECT_EQ(peerSide(Kiv::GenericValue()), top->p2pToStatehubSm());
    EXPECT_FALSE(top->p2pToStatehubSm()->configCheckDesc());
    EXPECT_FALSE(top->p2pToStatehubSm()->initialized());
 
    // Any other operation on a known attribute is refused; an unknown one is not there.
-   for (auto [op, attribute] : {std::pair(Op::get, "handleInitialized"),
-                                {Op::set, "name"},
-                                {Op::instantiate, "mlagConfig"},
-                                {Op::del, "initialized"},
-                                {Op::call, "statehubToP2pSm"}}) {
-      EXPECT_THROW(top->genericIfOp(op, attribute, {}, result), Kiv::OperationNotSupportedException)
+   for (auto [o, attribute] : {std::pair(Op::get, "handleInitialized"),
+                               {Op::set, "name"},
+                               {Op::instantiate, "mlagConfig"},
+                               {Op::del, "initialized"},
+                               {Op::call, "statehubToP2pSm"}}) {
+      EXPECT_THROW(top->genericIfOp(o, attribute, {}, result), Kiv::OperationNotSupportedException)
          << attribute;
    }
    EXPECT_FALSE(top->genericIfOp(Op::call, "noSuchAttribute", {}, result));
@@ -279,9 +271,8 @@ TEST_F(TopLevelTest, ReflectiveArgumentsAreCheckedBeforeAnythingHappens) {
       args[position] = value;
       return args;
    };
-   Args six = sevenArguments();
+   Args six = sevenArguments(), eight = six;
    six.pop_back();
-   Args eight = sevenArguments();
    eight.push_back(Kiv::Value::string("extra"));
    const struct {
       Args args;

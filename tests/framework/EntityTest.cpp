@@ -44,12 +44,6 @@ class NodeLog : public Node::NotifieeConst {
    std::vector< std::string > log;
 };
 
-class LeafLog : public Leaf::NotifieeConst {
- public:
-   void onMode() override { ++count; }
-   int count = 0;
-};
-
 using Names = std::vector< std::string >;
 
 class EntityTest : public ::testing::Test {
@@ -83,14 +77,13 @@ TEST_F(EntityTest, MembersLinkToTheirOwnerUntilRemovedOrOrphaned) {
 }
 
 TEST_F(EntityTest, NotifiesOnlyRealChanges) {
-   node->mtuIs(9000);
-   node->mtuIs(9000);
-   node->vlanIs("10", "active");
-   node->vlanIs("10", "active");
+   for (int i = 0; i < 2; ++i) {
+      node->mtuIs(9000);
+      node->vlanIs("10", "active");
+   }
    node->vlanIs("10", "suspended");
    node->vlanDel("20");
-   node->vlanDel("10");
-   node->vlanDel("10");
+   for (int i = 0; i < 2; ++i) node->vlanDel("10");
    Kiv::Ptr< Leaf > first = node->intfIs("Ethernet1");
    EXPECT_EQ(node->intfIs("Ethernet1"), first); // existing member kept
    node->intfDel("Ethernet2");
@@ -134,11 +127,7 @@ TEST_F(EntityTest, DelAllSurvivesACallbackThatDestroysTheEntity) {
          dropping.owner->intfIs(k);
       }
       dropping.notifierIs(dropping.owner);
-      if (values) {
-         dropping.owner->vlanDelAll();
-      } else {
-         dropping.owner->intfDelAll();
-      }
+      values ? dropping.owner->vlanDelAll() : dropping.owner->intfDelAll();
       EXPECT_EQ(dropping.heard, 1) << values;
       EXPECT_EQ(dropping.owner, nullptr);
    }
@@ -177,7 +166,10 @@ TEST_F(EntityTest, SwitchedOffZombieOrOuterEntityNotifiesNobody) {
 
    // A nested change notifies only the nested watchers.
    Kiv::Ptr< Leaf > eth = node->intfIs("Ethernet1");
-   LeafLog leafLog;
+   struct : Leaf::NotifieeConst {
+      void onMode() override { ++count; }
+      int count = 0;
+   } leafLog;
    leafLog.notifierIs(eth);
    log.log.clear();
    eth->modeIs("active");

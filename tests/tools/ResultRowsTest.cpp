@@ -16,7 +16,8 @@ nlohmann::json switchResult() {
          "lacp": {
             "global": {
                "system priority": { "groupId": "", "local": "32768", "peer": "32768" },
-               "allowed vlan 20": { "groupId": "", "local": "active", "peer": "" }
+               "allowed vlan 20": { "groupId": "", "local": "active", "peer": "" },
+               "nothing to compare": { "groupId": "", "local": "", "peer": "" }
             },
             "interface": {
                "mtu mlag10": {
@@ -77,17 +78,6 @@ TEST(ResultRowsTest, AppliedDefaultIsTheRecordedOneElseTheDescriptorsWithOverrid
    for (const Case & c : cases) {
       EXPECT_EQ(MlagTool::appliedDefault(c.recorded, c.descriptor), c.applied) << c.recorded;
    }
-}
-
-TEST(ResultRowsTest, AnEntryWithNothingToCompareIsNoParameter) {
-   EXPECT_EQ(MlagTool::verdict("", "", ""), std::nullopt);
-   EXPECT_EQ(MlagTool::verdict("", "", "1500"), MlagTool::Status::agree);
-   nlohmann::json r = switchResult();
-   r["plugins"]["lacp"]["global"]["system priority"]["local"] = "";
-   r["plugins"]["lacp"]["global"]["system priority"]["peer"] = "";
-   const std::vector< MlagTool::PluginRows > plugins = MlagTool::resultRows(r);
-   EXPECT_EQ(plugins[0].rows.size(), 4u);
-   EXPECT_EQ(MlagTool::countRows(plugins).total(), 4u);
 }
 
 TEST(ResultRowsTest, MissingTablesAreBadInput) {
