@@ -166,6 +166,15 @@ TEST(PairTest, RunUntilQuietGivesUpOnAPairThatNeverGoesQuiet) {
    }
    restless.timeMinIs(Kiv::Clock::never);
    EXPECT_EQ(MlagSim::runUntilQuiet(), 0u);
+   // A pair's own limit holds for its start; once quiet, nothing fires and
+   // no limit is too small for that.
+   const MlagSim::Scenario scenario = scenarioOf(json::parse(MlagSimTest::exampleScenario));
+   MlagSim::Pair pair(scenario), roomy(scenario);
+   pair.firingLimitIs(1);
+   EXPECT_THROW(pair.start(), std::runtime_error);
+   roomy.start();
+   roomy.firingLimitIs(0);
+   EXPECT_EQ(roomy.settle(), 0u);
 }
 
 } // namespace

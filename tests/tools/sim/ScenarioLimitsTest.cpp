@@ -108,32 +108,24 @@ TEST(ScenarioLimitsTest, BadTextGivesOneCleanLine) {
                 std::string(35, 'x') + "...'");
 }
 
-class ScenarioFileTest : public ::testing::Test {
- protected:
-   const std::string path_ = ::testing::TempDir() + "scenario-limits-test.json";
-   void TearDown() override { std::remove(path_.c_str()); }
-};
-
-TEST_F(ScenarioFileTest, AFileOfMoreThan64MiBIsRefusedUnread) {
-   { std::ofstream file(path_); }
-   std::filesystem::resize_file(path_, 64 * 1024 * 1024 + 1); // sparse: all zero bytes
-   EXPECT_EQ(loadError(path_), path_ + ": larger than the limit of 67108864 bytes (64 MiB)");
-}
-
-// Linux: an endless device and a directory.
-TEST_F(ScenarioFileTest, EndlessInputAndDirectoriesAreClearErrors) {
-   EXPECT_EQ(loadError("/dev/zero"), "/dev/zero: larger than the limit of 67108864 bytes (64 MiB)");
+// Linux: a sparse file of all zero bytes, an endless device, a directory.
+TEST(ScenarioLimitsTest, FilesTooLargeUnreadableOrOddlyNamedGiveOneLine) {
+   const std::string big = ::testing::TempDir() + "scenario-limits-test.json",
+                     odd = ::testing::TempDir() + "two\nlines.json";
+   { std::ofstream(odd) << "[]"; }
+   { std::ofstream file(big); }
+   std::filesystem::resize_file(big, 64 * 1024 * 1024 + 1);
+   const std::string tooLarge = ": larger than the limit of 67108864 bytes (64 MiB)";
+   EXPECT_EQ(loadError(big), big + tooLarge);
+   EXPECT_EQ(loadError("/dev/zero"), "/dev/zero" + tooLarge);
    EXPECT_EQ(loadError("/"), "/: cannot read: Is a directory");
-}
-
-TEST_F(ScenarioFileTest, ThePathInAMessageStaysOnOneLine) {
-   const std::string odd = ::testing::TempDir() + "two\nlines.json";
-   {
-      std::ofstream file(odd);
-      file << "[]";
-   }
-   const std::string shown = ::testing::TempDir() + "two\\u000alines.json";
-   EXPECT_EQ(loadError(odd), shown + ": top level: expected an object, found an array");
+   EXPECT_EQ(loadError("/nonexistent/scenario.json"),
+             "/nonexistent/scenario.json: cannot open: No such file or directory");
+   // The path in a message stays on one line.
+   EXPECT_EQ(
+      loadError(odd),
+      ::testing::TempDir() + "two\\u000alines.json: top level: expected an object, found an array");
+   std::remove(big.c_str());
    std::remove(odd.c_str());
 }
 

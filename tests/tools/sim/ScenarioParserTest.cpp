@@ -14,16 +14,16 @@ using MlagSimTest::errorOf;
 
 TEST(ScenarioParserTest, ReadsTheExampleScenario) {
    const MlagSim::Scenario s = MlagSim::parseScenario(MlagSimTest::exampleScenario, "ex.json");
-   EXPECT_EQ(s.fileName, "ex.json");
    EXPECT_EQ(s.description, "free text, optional");
    EXPECT_EQ(s.switches[0].name, "A");
    EXPECT_EQ(s.switches[1].mlag.at("Port-Channel10"), "10");
    EXPECT_EQ(s.plugins["lacp"]["attrName"]["systemPriority"], "LACP system priority");
-   ASSERT_EQ(s.steps.size(), 4u);
-   EXPECT_EQ(s.steps[0].describe(), "A: set lacp intfConfig/Port-Channel10/mode = 'passive'");
-   EXPECT_EQ(s.steps[1].describe(), "B: delete lacp vlan/20");
-   EXPECT_EQ(s.steps[2].describe(), "B: set mlag Port-Channel10 = '11'");
-   EXPECT_EQ(s.steps[3].describe(), "A: delete mlag Port-Channel10");
+   std::vector< std::string > steps;
+   for (const MlagSim::Step & step : s.steps) steps.push_back(step.describe());
+   EXPECT_EQ(steps,
+             (std::vector< std::string >{
+                "A: set lacp intfConfig/Port-Channel10/mode = 'passive'", "B: delete lacp vlan/20",
+                "B: set mlag Port-Channel10 = '11'", "A: delete mlag Port-Channel10"}));
    EXPECT_TRUE(s.steps[1].isDelete);
    EXPECT_TRUE(s.steps[1].value.is_null());
 }
@@ -196,15 +196,6 @@ TEST(ScenarioParserTest, EmptyCollectionKeysRunThroughThePair) {
    for (MlagSim::FaultMode mode : {MlagSim::FaultMode::none, MlagSim::FaultMode::peerRestart,
                                    MlagSim::FaultMode::machineRestart}) {
       EXPECT_EQ(MlagSim::checkScenario(doc, mode, 1), "") << MlagSim::faultModeName(mode);
-   }
-}
-
-TEST(ScenarioParserTest, LoadNamesAFileThatCannotBeRead) {
-   try {
-      MlagSim::loadScenario("/nonexistent/scenario.json");
-      FAIL() << "expected an error";
-   } catch (const MlagSim::ScenarioError & e) {
-      EXPECT_STREQ(e.what(), "/nonexistent/scenario.json: cannot open: No such file or directory");
    }
 }
 
