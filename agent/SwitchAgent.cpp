@@ -31,6 +31,10 @@ SwitchAgent::SwitchAgent(MlagSim::SwitchFile file) : file_(std::move(file)) {
       p.localRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
       p.localRecord->paramNameIs(name);
       p.peerRecord = Kiv::kivNew< GenericConfig >(Kiv::Name(name));
+      // The peer publishes the plugin's record under the plugin's name. Named
+      // before the start, the peer side initializes at once and files the
+      // peer's values whenever the link brings them.
+      p.peerRecord->paramNameIs(name);
       records_.push_back({name, p.localRecord, p.peerRecord});
       plugins_.push_back(std::move(p));
    }

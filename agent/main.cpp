@@ -85,6 +85,7 @@ MlagAgent::Peer::LinkOptions linkOptions(const Options & o) {
    if (!o.peerListen.empty()) l.listen = endpointOf(o.peerListen);
    l.peer = endpointOf(o.peer);
    l.keepalive = o.keepalive;
+   l.retry = o.keepalive;
    l.timeout = o.peerTimeout;
    if (!o.keyFile.empty()) {
       l.auth = MlagAgent::Peer::AuthMode::key;
@@ -185,7 +186,8 @@ int main(int argc, char ** argv) {
                   ->option_text("FILE");
    auto * plain = app.add_flag("--insecure-plaintext", o.insecurePlaintext,
                                "Run the peer link without authentication or encryption");
-   app.add_option("--keepalive", o.keepalive, "Seconds between keepalives (default 1)")
+   app.add_option("--keepalive", o.keepalive,
+                  "Seconds between keepalives, and between attempts to reach the peer (default 1)")
       ->option_text("SECONDS")
       ->check(CLI::Range(0.01, 3600.0));
    app.add_option("--peer-timeout", o.peerTimeout,

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <boost/asio/connect.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/write.hpp>
 #include <deque>
@@ -39,7 +40,13 @@ class Connection : public std::enable_shared_from_this< Connection > {
            dialed_(dialed),
            session_(
               link.local_, [this](std::string frame) { queue(std::move(frame)); },
-              [this] { link_.authenticated(shared_from_this()); }),
+              [this] { link_.authenticated(shared_from_this()); },
+              // A batch is sent once the turn that changed the records ends.
+              [this] {
+                 asio::post(link_.io_, [self = shared_from_this()] {
+                    if (!self->closed_) self->session_.flush();
+                 });
+              }),
            tick_(link.io_) {
       error_code ec;
       remote_ = endpointText(socket_.remote_endpoint(ec));

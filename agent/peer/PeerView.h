@@ -52,8 +52,8 @@ class PeerView {
    void snapshotEnd(double now);
    // Every frame of a synchronised session is news that the records hold.
    void frameReceived(double now);
-   // A change frame (snapshot or live) went to the peer.
-   void changeSent() noexcept { ++changesSent_; }
+   // The changes (snapshot or live) sent to the peer in this session so far.
+   void changesSentIs(std::uint64_t n) noexcept { changesSent_ = n; }
    void sessionDown(double now, const std::string & reason);
    // A connection attempt or session that failed before it came up.
    void attemptFailed(const std::string & reason) { lastError_ = reason; }
@@ -77,7 +77,7 @@ class PeerView {
    std::uint64_t sessions_ = 0;
    double since_ = 0.0; // when the link last came up or went down
    std::optional< double > lastSync_;
-   // Change frames of the current session, both ways: equal counts on the
+   // Changes of the current session, both ways: equal counts on the
    // two switches (sent here, received there) mean nothing is in flight.
    std::uint64_t changesSent_ = 0, changesReceived_ = 0;
    std::string lastError_;

@@ -73,10 +73,9 @@ Kiv::Ptr< GenericConfig > nestedOf(GenericConfig & parent, const PathStep & step
 
 } // namespace
 
-std::string changeFrame(ChangeKind kind, std::string_view plugin, const Path & path,
-                        std::string_view name, std::string_view key, std::string_view value,
-                        const GenericConfig * nested) {
-   FrameWriter w(FrameType::change);
+void writeChange(FrameWriter & w, ChangeKind kind, std::string_view plugin, const Path & path,
+                 std::string_view name, std::string_view key, std::string_view value,
+                 const GenericConfig * nested) {
    w.u8(static_cast< std::uint8_t >(kind));
    w.str(plugin);
    w.u8(static_cast< std::uint8_t >(path.size()));
@@ -108,11 +107,20 @@ std::string changeFrame(ChangeKind kind, std::string_view plugin, const Path & p
       case ChangeKind::nestedDel:
          break;
    }
+}
+
+std::string changeFrame(ChangeKind kind, std::string_view plugin, const Path & path,
+                        std::string_view name, std::string_view key, std::string_view value,
+                        const GenericConfig * nested) {
+   FrameWriter w(FrameType::changes);
+   w.u8(0);
+   writeChange(w, kind, plugin, path, name, key, value, nested);
    return w.finish();
 }
 
-Change readChange(std::string_view payload) {
-   PayloadReader r(payload);
+namespace {
+
+Change readChange(PayloadReader & r) {
    Change c;
    const std::uint8_t kind = r.u8();
    if (kind < 1 || kind > static_cast< std::uint8_t >(ChangeKind::nestedDel)) {
@@ -158,8 +166,56 @@ Change readChange(std::string_view payload) {
       case ChangeKind::nestedDel:
          break;
    }
-   r.expectEnd();
    return c;
+}
+
+} // namespace
+
+ChangeBatch readChanges(std::string_view payload) {
+   PayloadReader r(payload);
+   ChangeBatch batch;
+   const std::uint8_t more = r.u8();
+   if (more > 1) throw WireError("a changes frame with flags " + std::to_string(more));
+   batch.more = more == 1;
+   while (!r.remaining().empty()) batch.changes.push_back(readChange(r));
+   return batch;
+}
+
+ChangeBatcher::ChangeBatcher(Emit emit, std::function< void() > flushSoon)
+      : emit_(std::move(emit)), flushSoon_(std::move(flushSoon)) {}
+
+void ChangeBatcher::add(ChangeKind kind, std::string_view plugin, const Path & path,
+                        std::string_view name, std::string_view key, std::string_view value,
+                        const GenericConfig * nested) {
+   if (!turnOpen_) {
+      turnOpen_ = true;
+      flushSoon_();
+   }
+   if (!part_) {
+      part_.emplace(FrameType::changes);
+      part_->u8(0); // `more`, set when the part is sent
+   }
+   writeChange(*part_, kind, plugin, path, name, key, value, nested);
+   ++added_;
+   if (part_->size() >= batchBytes) emitPart(true);
+}
+
+void ChangeBatcher::flush() {
+   if (!turnOpen_) return;
+   turnOpen_ = false;
+   // Even empty, the last part tells the receiver that the batch is whole.
+   if (!part_) {
+      part_.emplace(FrameType::changes);
+      part_->u8(0);
+   }
+   emitPart(false);
+}
+
+void ChangeBatcher::emitPart(bool more) {
+   std::string frame = part_->finish();
+   part_.reset();
+   frame[5] = static_cast< char >(more ? 1 : 0);
+   emit_(std::move(frame));
 }
 
 void applyChange(const Change & c, GenericConfig & root) {

@@ -1,10 +1,10 @@
 // RecordTap: the sending end of the peer link for one plugin. It watches the
-// switch's local peer-to-peer record, nested records included, and turns
-// every change into a change frame, in the order the changes happen; a
+// switch's local peer-to-peer record, nested records included, and adds
+// every change to the session's batch, in the order the changes happen; a
 // nested record is sent whole once it is announced, then watched.
 //
-//   snapshotFrames(*localRecord, "lacp", send);       // what stands now
-//   RecordTap tap(localRecord, "lacp", send);         // what changes from now on
+//   snapshotChanges(*localRecord, "lacp", out);       // what stands now
+//   RecordTap tap(localRecord, "lacp", out);          // what changes from now on
 //
 // Holds a counted reference to the record it watches; destroying it stops
 // the watching and sends nothing.
@@ -19,15 +19,14 @@
 
 namespace MlagAgent::Peer {
 
-using FrameSink = std::function< void(std::string frame) >;
-
-// The change frames that rebuild `record` from nothing: its paramName, each
-// value and each nested configuration whole.
-void snapshotFrames(const GenericConfig & record, std::string_view plugin, const FrameSink & send);
+// The changes that rebuild `record` from nothing: its paramName, each value
+// and each nested configuration whole.
+void snapshotChanges(const GenericConfig & record, std::string_view plugin, ChangeBatcher & out);
 
 class RecordTap : public GenericConfig::NotifieeConst {
  public:
-   RecordTap(const Kiv::Ptr< GenericConfig > & record, std::string plugin, FrameSink send,
+   // `out` outlives the tap.
+   RecordTap(const Kiv::Ptr< GenericConfig > & record, std::string plugin, ChangeBatcher & out,
              Path path = {});
    ~RecordTap() override;
 
@@ -42,7 +41,7 @@ class RecordTap : public GenericConfig::NotifieeConst {
    void watch(Table table, const Kiv::Name & name, const Kiv::Ptr< GenericConfig > & nested);
 
    std::string plugin_;
-   FrameSink send_;
+   ChangeBatcher & out_;
    Path path_; // from the plugin's record to the watched one
    std::map< std::pair< Table, Kiv::Name >, std::unique_ptr< RecordTap > > children_;
 };

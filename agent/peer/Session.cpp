@@ -14,8 +14,12 @@ const char * authModeText(AuthMode mode) noexcept {
    return "unknown";
 }
 
-Session::Session(const LocalSwitch & local, FrameSink send, std::function< void() > onAuthenticated)
-      : local_(local), send_(std::move(send)), onAuthenticated_(std::move(onAuthenticated)) {}
+Session::Session(const LocalSwitch & local, FrameSink send, std::function< void() > onAuthenticated,
+                 std::function< void() > flushSoon)
+      : local_(local),
+        send_(std::move(send)),
+        onAuthenticated_(std::move(onAuthenticated)),
+        out_([this](std::string frame) { sendTagged(std::move(frame)); }, std::move(flushSoon)) {}
 
 Session::~Session() = default;
 
@@ -57,7 +61,7 @@ void Session::onFrame(const Frame & frame, double now) {
          return;
       case FrameType::snapshotBegin:
       case FrameType::snapshotEnd:
-      case FrameType::change:
+      case FrameType::changes:
       case FrameType::keepalive:
          break;
       default:
@@ -68,20 +72,28 @@ void Session::onFrame(const Frame & frame, double now) {
       throw WireError(std::string("a ") + frameTypeText(frame.type) +
                       " frame before the session was established");
    }
+   const std::string_view tagged = frame.payload;
+   if (tagged.size() < tagBytes) throw WireError("a frame too short for its tag");
+   const std::string_view payload = tagged.substr(0, tagged.size() - tagBytes);
+   if (!proofMatches(inTag_->next(static_cast< std::uint8_t >(frame.type), payload),
+                     tagged.substr(payload.size()))) {
+      throw WireError(std::string("the ") + frameTypeText(frame.type) +
+                      " frame's tag is wrong (changed, lost or repeated on the way)");
+   }
    switch (frame.type) {
       case FrameType::snapshotBegin:
-         PayloadReader(frame.payload).expectEnd();
+         PayloadReader(payload).expectEnd();
          view_->snapshotBegin();
          break;
       case FrameType::snapshotEnd:
-         PayloadReader(frame.payload).expectEnd();
+         PayloadReader(payload).expectEnd();
          view_->snapshotEnd(now);
          break;
-      case FrameType::change:
-         view_->change(readChange(frame.payload));
+      case FrameType::changes:
+         onChanges(std::string(payload));
          break;
       default:
-         PayloadReader(frame.payload).expectEnd();
+         PayloadReader(payload).expectEnd();
          break;
    }
    view_->frameReceived(now);
@@ -149,17 +161,38 @@ void Session::activate(PeerView & view, const std::vector< SwitchAgent::Records 
    state_ = State::active;
    view_ = &view;
    view.sessionUp(peer_, now);
-   const FrameSink sendChange = [this](std::string frame) {
-      sendTagged(std::move(frame));
-      view_->changeSent();
-   };
+   flush(); // nothing of an earlier turn may follow the snapshot's start
    sendTagged(FrameWriter(FrameType::snapshotBegin).finish());
-   for (const SwitchAgent::Records & r : records) snapshotFrames(*r.local, r.plugin, sendChange);
+   for (const SwitchAgent::Records & r : records) snapshotChanges(*r.local, r.plugin, out_);
+   flush();
    sendTagged(FrameWriter(FrameType::snapshotEnd).finish());
    // Installed in the same turn as the snapshot: no change falls between.
    for (const SwitchAgent::Records & r : records) {
-      taps_.push_back(std::make_unique< RecordTap >(r.local, r.plugin, sendChange));
+      taps_.push_back(std::make_unique< RecordTap >(r.local, r.plugin, out_));
    }
+}
+
+void Session::flush() {
+   if (state_ != State::active) return;
+   out_.flush();
+   view_->changesSentIs(out_.added());
+}
+
+void Session::onChanges(std::string payload) {
+   heldBytes_ += payload.size();
+   if (heldBytes_ > maxHeldBatchBytes) {
+      throw WireError("a batch of changes larger than " + std::to_string(maxHeldBatchBytes) +
+                      " bytes");
+   }
+   // The changes view the payload where it is held: a deque's members stay put.
+   heldPayloads_.push_back(std::move(payload));
+   ChangeBatch batch = readChanges(heldPayloads_.back());
+   held_.insert(held_.end(), batch.changes.begin(), batch.changes.end());
+   if (batch.more) return;
+   for (const Change & c : held_) view_->change(c);
+   held_.clear();
+   heldPayloads_.clear();
+   heldBytes_ = 0;
 }
 
 void Session::sendTagged(std::string frame) {
@@ -178,6 +211,8 @@ void Session::stop() {
    state_ = State::stopped;
    view_ = nullptr;
    taps_.clear();
+   held_.clear();
+   heldPayloads_.clear();
 }
 
 } // namespace MlagAgent::Peer

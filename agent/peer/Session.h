@@ -6,11 +6,12 @@
 //                incarnation, plugins with descriptor digests)
 //   key mode:    auth (the proof over the other side's challenge)
 //   once the other side is authenticated and the link has chosen this
-//   session: snapshot-begin, a change per value and nested record,
-//   snapshot-end; then a change frame per change, keepalives when idle.
+//   session: snapshot-begin, a change per value and nested record (in
+//   changes frames), snapshot-end; then a batch of changes per turn of the
+//   event loop that changed anything, keepalives when idle.
 //   Every frame after the handshake ends with its tag (FrameTagger).
 //
-//   Session s(local, send);
+//   Session s(local, send, onAuthenticated, [&] { post([&] { s.flush(); }); });
 //   s.start();                               // sends the hello
 //   s.receive(bytes);                        // WireError: log, close
 //   if (s.authenticated() && link chooses it) s.activate(view);
@@ -21,6 +22,7 @@
 // caller closes the connection. The PeerView outlives an active session.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -34,6 +36,8 @@
 namespace MlagAgent::Peer {
 
 inline constexpr std::size_t incarnationBytes = 8;
+// The most a batch still in the making may hold before the peer is cut off.
+inline constexpr std::size_t maxHeldBatchBytes = 64u << 20;
 
 enum class AuthMode : std::uint8_t { plaintext = 0, key = 1, tls = 2 };
 const char * authModeText(AuthMode mode) noexcept;
@@ -47,14 +51,18 @@ struct LocalSwitch {
    std::string incarnation; // random per agent process (incarnationBytes)
 };
 
+using FrameSink = std::function< void(std::string frame) >;
+
 class Session {
  public:
    enum class State { awaitingHello, awaitingProof, authenticated, active, stopped };
 
    // `onAuthenticated` runs once, when the other side has proven itself;
    // it may activate or drop this session (the session must not be
-   // destroyed inside it).
-   Session(const LocalSwitch & local, FrameSink send, std::function< void() > onAuthenticated);
+   // destroyed inside it). `flushSoon` asks the owner to call flush() once
+   // the current turn of its event loop is over.
+   Session(const LocalSwitch & local, FrameSink send, std::function< void() > onAuthenticated,
+           std::function< void() > flushSoon);
    ~Session();
    Session(const Session &) = delete;
    Session & operator=(const Session &) = delete;
@@ -66,6 +74,8 @@ class Session {
    // Sends the snapshot of every local record, then every change as it
    // happens; the peer's frames go to `view`. REQUIRES: authenticated.
    void activate(PeerView & view, const std::vector< SwitchAgent::Records > & records, double now);
+   // Sends the changes of the turn that is ending as one batch.
+   void flush();
    void sendKeepalive();
    // Ends the session: nothing more is read or sent. May be called from
    // within onAuthenticated.
@@ -83,6 +93,7 @@ class Session {
    void onProof(std::string_view payload);
    void authenticatedNow();
    void sendTagged(std::string frame);
+   void onChanges(std::string payload);
 
    const LocalSwitch & local_;
    FrameSink send_;
@@ -94,7 +105,13 @@ class Session {
    PeerHello peer_;
    std::unique_ptr< FrameTagger > outTag_, inTag_; // from the peer's hello on
    PeerView * view_ = nullptr;                     // set once active
+   ChangeBatcher out_;
    std::vector< std::unique_ptr< RecordTap > > taps_;
+   // A batch that goes on in frames still to come: its payloads, held until
+   // its last part arrives and the whole batch is applied.
+   std::deque< std::string > heldPayloads_;
+   std::vector< Change > held_;
+   std::size_t heldBytes_ = 0;
 };
 
 } // namespace MlagAgent::Peer

@@ -105,8 +105,8 @@ const char * frameTypeText(FrameType type) noexcept {
          return "snapshot-begin";
       case FrameType::snapshotEnd:
          return "snapshot-end";
-      case FrameType::change:
-         return "change";
+      case FrameType::changes:
+         return "changes";
       case FrameType::keepalive:
          return "keepalive";
    }

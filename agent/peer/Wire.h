@@ -32,7 +32,7 @@ enum class FrameType : std::uint8_t {
    auth = 2,
    snapshotBegin = 3,
    snapshotEnd = 4,
-   change = 5,
+   changes = 5,
    keepalive = 6,
 };
 
@@ -50,6 +50,8 @@ class FrameWriter {
    void u32(std::uint32_t v);
    void str(std::string_view s);
    void raw(std::string_view s) { bytes_.append(s); }
+   // Bytes written so far, the length field included.
+   std::size_t size() const noexcept { return bytes_.size(); }
    // The whole frame, its length filled in. Raises WireError past maxFrameBytes.
    std::string finish();
 

@@ -44,22 +44,43 @@ bool eventually(const std::function< bool() > & done) {
    return done();
 }
 
-AgentProcess::AgentProcess(const std::filesystem::path & switchFile) {
-   const std::filesystem::path portFile = switchFile.string() + ".port";
-   logFile_ = switchFile.string() + ".log";
+AgentProcess::AgentProcess(const std::filesystem::path & switchFile,
+                           std::vector< std::string > options)
+      : switchFile_(switchFile),
+        options_(std::move(options)),
+        logFile_(switchFile.string() + ".log") {
+   std::filesystem::remove(logFile_);
+   spawn();
+}
+
+void AgentProcess::spawn() {
+   const std::filesystem::path portFile = switchFile_.string() + ".port";
    std::filesystem::remove(portFile);
+   std::vector< std::string > args = {MLAG_CONFIG_CHECKD, "--listen-api", "127.0.0.1:0",
+                                      "--port-file", portFile.string()};
+   args.insert(args.end(), options_.begin(), options_.end());
+   args.push_back(switchFile_.string());
+   std::vector< char * > argv;
+   for (std::string & a : args) argv.push_back(a.data());
+   argv.push_back(nullptr);
    pid_ = ::fork();
    if (pid_ == 0) {
-      const int log = ::open(logFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+      const int log = ::open(logFile_.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
       ::dup2(log, STDERR_FILENO);
-      ::execl(MLAG_CONFIG_CHECKD, MLAG_CONFIG_CHECKD, "--listen-api", "127.0.0.1:0", "--port-file",
-              portFile.c_str(), switchFile.c_str(), static_cast< char * >(nullptr));
+      ::execv(MLAG_CONFIG_CHECKD, argv.data());
       ::_exit(127);
    }
+   port_ = 0;
    eventually([&] {
       std::ifstream in(portFile);
       return static_cast< bool >(in >> port_);
    });
+}
+
+void AgentProcess::killAndRestart() {
+   ::kill(pid_, SIGKILL);
+   ::waitpid(pid_, nullptr, 0);
+   spawn();
 }
 
 AgentProcess::~AgentProcess() {

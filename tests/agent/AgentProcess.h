@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 struct HttpReply {
    int status = 0; // 0: no answer
@@ -28,7 +29,9 @@ bool eventually(const std::function< bool() > & done);
 
 class AgentProcess {
  public:
-   explicit AgentProcess(const std::filesystem::path & switchFile);
+   // `options` go before the switch file on the agent's command line.
+   explicit AgentProcess(const std::filesystem::path & switchFile,
+                         std::vector< std::string > options = {});
    ~AgentProcess();
    AgentProcess(const AgentProcess &) = delete;
    AgentProcess & operator=(const AgentProcess &) = delete;
@@ -40,8 +43,14 @@ class AgentProcess {
    // within the wait).
    int terminate();
    std::string log() const;
+   // SIGKILL, then the same command line again (the log goes on).
+   void killAndRestart();
 
  private:
+   void spawn();
+
+   std::filesystem::path switchFile_;
+   std::vector< std::string > options_;
    pid_t pid_ = -1;
    int port_ = 0;
    std::filesystem::path logFile_;
