@@ -124,13 +124,4 @@ TEST_F(BacklogTest, AFailingKeyStaysAndTheBookmarkKeepsItsPlace) {
    EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 2u);
 }
 
-TEST_F(BacklogTest, TheRunLoopCallsAgainUntilTheBacklogIsEmpty) {
-   for (int i = 1; i <= 35; ++i) sm->add(key(i));
-   sm->costPerKey = sm->backlogQuantum();
-   runUntilQuiet();
-   EXPECT_EQ(sm->seen.size(), 35u);
-   EXPECT_EQ(sm->dispatchCount(), 4u);
-   EXPECT_EQ(sm->yieldBeforeFinishingCount(), 3u);
-}
-
 } // namespace

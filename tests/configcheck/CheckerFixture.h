@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "ConfigCheck/ConfigCheckDesc.h"
 #include "ConfigCheck/ConfigPluginDir.h"
@@ -59,6 +60,34 @@ inline std::string localEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const cha
 inline std::string peerEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
                              const char * intf = nullptr) {
    return entryVal(dir, param, intf, false);
+}
+
+// Every results entry in byte order, "; " between them: a global one as
+// "<param>: <local>/<peer>", with " g=<group>" when it has a group; an
+// interface one as "<param> @<intf>: <local>/<peer>", with " d=<default>"
+// when it has a default; an interface table without entries as "<param> @".
+inline std::string entries(const Kiv::Ptr< ConfigPluginDir > & dir) {
+   std::vector< std::string > all;
+   auto add = [&all](const std::string & name, const auto & e, const Kiv::String & extra) {
+      all.push_back(name + ": " + e->localVal().stdString() + "/" + e->peerVal().stdString() +
+                    extra.stdString());
+   };
+   for (auto & g : dir->configGlobalDiffMap()) {
+      const Kiv::String group = g.value()->groupId();
+      add(g.key().stdString(), g.value(), group.empty() ? group : " g=" + group);
+   }
+   for (auto & table : dir->configIntfDirMap()) {
+      const std::string param = table.key().stdString() + " @";
+      if (table.value()->configIntfDiffSize() == 0) all.push_back(param);
+      for (auto & i : table.value()->configIntfDiffMap()) {
+         const Kiv::String d = i.value()->defaultVal();
+         add(param + i.key().stdString(), i.value(), d.empty() ? d : " d=" + d);
+      }
+   }
+   std::ranges::sort(all);
+   std::string text;
+   for (const std::string & e : all) text += (text.empty() ? "" : "; ") + e;
+   return text;
 }
 
 // The plugin most tests check: global scalars and a value collection, a

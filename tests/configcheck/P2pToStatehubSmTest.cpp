@@ -51,13 +51,12 @@ class PeerSideTest : public CheckerTestBase {
 TEST_F(PeerSideTest, TheRecordIsImportedAtInitialization) {
    start();
    EXPECT_TRUE(peer->initialized());
-   EXPECT_EQ(peerEntry(dir, "priority"), "100");
-   EXPECT_EQ(peerEntry(dir, "10 vlan"), "allowed");
+   // The peer value waits under the provisional key (UtilTest).
+   EXPECT_EQ(entries(dir),
+             "10 vlan: /allowed; mtu g1: /1400 g=g1; mtu mlag10 "
+             "@PeerPort-Channel10: /9000; priority: /100");
    EXPECT_EQ(peer->p2pToStatehubSmSize(), 2u);
    EXPECT_EQ(peer->p2pToStatehubSm("Port-Channel10")->mlagId(), "10");
-   // The peer value waits under the provisional key (UtilTest).
-   EXPECT_EQ(peerEntry(dir, "mtu mlag10", "PeerPort-Channel10"), "9000");
-   EXPECT_EQ(peerEntry(dir, "mtu g1"), "1400");
 
    Traces traces;
    peer->handleInitialized();

@@ -20,36 +20,31 @@ class UtilTest : public ::testing::Test {
 
 TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyUntilTheLocalInsertAdoptsIt) {
    insertPeer("mtu", "Ethernet1", "9000");
-   EXPECT_FALSE(intfEntry(dir, "mtu", "Ethernet1"));
+   EXPECT_EQ(entries(dir), "mtu @PeerEthernet1: /9000");
    insertPeer("mtu", "Ethernet1", "9214");
-   EXPECT_EQ(peerEntry(dir, "mtu", "PeerEthernet1"), "9214");
-   EXPECT_EQ(localEntry(dir, "mtu", "PeerEthernet1"), "");
-
+   EXPECT_EQ(entries(dir), "mtu @PeerEthernet1: /9214");
    insertLocal("mtu", "Ethernet1", "1500", "1500");
-   EXPECT_FALSE(intfEntry(dir, "mtu", "PeerEthernet1"));
-   EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "9214");
-   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "1500");
-
+   EXPECT_EQ(entries(dir), "mtu @Ethernet1: 1500/9214 d=1500");
    // From now on the peer writes the plain entry; it never touches the default.
    insertPeer("mtu", "Ethernet1", "1500");
-   EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "1500");
-   EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->defaultVal(), "1500");
-   EXPECT_FALSE(intfEntry(dir, "mtu", "PeerEthernet1"));
+   EXPECT_EQ(entries(dir), "mtu @Ethernet1: 1500/1500 d=1500");
 }
 
 TEST_F(UtilTest, DefaultsAndAbsence) {
-   insertLocal("mtu", "Ethernet1", "1500", "1500", true);
-   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "");
-   insertLocal("mtu", "Ethernet1", "1500", "1500", false);
-   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "1500");
    // A later insert without a default keeps the recorded one, and the
    // absence test compares against it.
-   insertLocal("mtu", "Ethernet1", "1500", "", true);
-   EXPECT_EQ(intfEntry(dir, "mtu", "Ethernet1")->defaultVal(), "1500");
-   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "");
-   insertLocal("mtu", "Ethernet1", "9000", "", true);
-   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "9000");
-
+   const struct {
+      const char *value, *defaultVal;
+      bool absenceImpliesDefault;
+      const char * shown;
+   } inserts[] = {{"1500", "1500", true, "mtu @Ethernet1: / d=1500"},
+                  {"1500", "1500", false, "mtu @Ethernet1: 1500/ d=1500"},
+                  {"1500", "", true, "mtu @Ethernet1: / d=1500"},
+                  {"9000", "", true, "mtu @Ethernet1: 9000/ d=1500"}};
+   for (const auto & i : inserts) {
+      insertLocal("mtu", "Ethernet1", i.value, i.defaultVal, i.absenceImpliesDefault);
+      EXPECT_EQ(entries(dir), i.shown);
+   }
    Traces traces;
    EXPECT_TRUE(isValueDefault(dir, "mtu", "Ethernet1", "1500"));
    EXPECT_FALSE(isValueDefault(dir, "mtu", "Ethernet1", "9000"));
@@ -58,25 +53,23 @@ TEST_F(UtilTest, DefaultsAndAbsence) {
    EXPECT_TRUE(traces.contains("no intfTable for 'speed'"));
    EXPECT_FALSE(isValueDefault(dir, "mtu", "Ethernet2", "1500"));
    EXPECT_TRUE(traces.contains("no intfEntry for 'Ethernet2'"));
-   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("speed")));
+   EXPECT_EQ(entries(dir), "mtu @Ethernet1: 9000/ d=1500");
 }
 
 TEST_F(UtilTest, GroupIdsOfTheSidesOwnNameAreNeverWritten) {
    doInsertLocalParam(dir, "mode", "Local", "mstp");
    doInsertPeerParam(dir, "mode", "Peer", "rstp");
-   EXPECT_EQ(globalEntry(dir, "mode")->groupId(), "");
+   EXPECT_EQ(entries(dir), "mode: mstp/rstp");
    doInsertLocalParam(dir, "mode", "g1", "mstp");
    doInsertPeerParam(dir, "mode", "", "rstp");
    doInsertLocalParam(dir, "mode", "", "");
-   EXPECT_EQ(globalEntry(dir, "mode")->groupId(), "g1");
-   EXPECT_EQ(localEntry(dir, "mode"), "");
-   EXPECT_EQ(peerEntry(dir, "mode"), "rstp");
+   EXPECT_EQ(entries(dir), "mode: /rstp g=g1");
    doInsertPeerParam(dir, "mode", "g2", "rstp");
-   EXPECT_EQ(globalEntry(dir, "mode")->groupId(), "g2");
    doInsertLocalParam(dir, "prio", "Peer", "1");
-   EXPECT_EQ(globalEntry(dir, "prio")->groupId(), "Peer");
+   EXPECT_EQ(entries(dir), "mode: /rstp g=g2; prio: 1/ g=Peer");
 }
 
+// "0", "-" and nothing do not keep an entry alive; emptied tables go.
 TEST_F(UtilTest, LocalInterfaceDeleteKeepsWhatThePeerStillReports) {
    for (const char * param : {"up", "zero", "dash", "none"}) insertLocal(param, "Ethernet1", "x");
    insertPeer("up", "Ethernet1", "up");
@@ -88,17 +81,10 @@ TEST_F(UtilTest, LocalInterfaceDeleteKeepsWhatThePeerStillReports) {
    EXPECT_TRUE(
       traces.contains("Clearing local entry for plugin 'lacp' interface name 'Ethernet1'"));
    EXPECT_TRUE(traces.contains("Clearing local entry 'up' for plugin 'lacp'"));
-
-   EXPECT_FALSE(intfEntry(dir, "up", "Ethernet1"));
-   EXPECT_EQ(peerEntry(dir, "up", "PeerEthernet1"), "up");
-   EXPECT_EQ(localEntry(dir, "up", "PeerEthernet1"), "");
-   // "0", "-" and nothing do not keep an entry alive; emptied tables go.
-   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("zero")));
-   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("none")));
-   EXPECT_FALSE(intfEntry(dir, "dash", "Ethernet1"));
-   EXPECT_TRUE(intfEntry(dir, "dash", "Ethernet2"));
+   EXPECT_EQ(entries(dir), "dash @Ethernet2: y/; up @PeerEthernet1: /up");
 }
 
+// The plain entry stays even with nothing left on either side.
 TEST_F(UtilTest, PeerInterfaceDeleteClearsPeerValuesOnly) {
    insertLocal("mtu", "Ethernet1", "9000");
    insertPeer("mtu", "Ethernet1", "9000");
@@ -106,11 +92,7 @@ TEST_F(UtilTest, PeerInterfaceDeleteClearsPeerValuesOnly) {
    insertPeer("lacp", "Ethernet1", "active");
    insertPeer("speed", "Ethernet1", "10g"); // waits provisionally
    handlePeerIntfDelete(dir, "Ethernet1");
-   EXPECT_EQ(peerEntry(dir, "mtu", "Ethernet1"), "");
-   EXPECT_EQ(localEntry(dir, "mtu", "Ethernet1"), "9000");
-   // The plain entry stays even with nothing left on either side.
-   EXPECT_EQ(peerEntry(dir, "lacp", "Ethernet1"), "");
-   EXPECT_FALSE(dir->configIntfDir(Kiv::Name("speed")));
+   EXPECT_EQ(entries(dir), "lacp @Ethernet1: /; mtu @Ethernet1: 9000/");
 }
 
 TEST_F(UtilTest, GroupDeletesOnBothSides) {
@@ -123,14 +105,10 @@ TEST_F(UtilTest, GroupDeletesOnBothSides) {
    handleLocalGroupDelete(dir, "g1");
    // The local group trace has no blank before "for"; the peer one has.
    EXPECT_TRUE(traces.contains("Clearing local entry 'mtu g1'for plugin 'lacp'"));
-   EXPECT_EQ(localEntry(dir, "mtu g1"), "");
-   EXPECT_FALSE(globalEntry(dir, "prio g1"));
-   EXPECT_EQ(localEntry(dir, "mtu g2"), "1500");
-
+   EXPECT_EQ(entries(dir), "mtu g1: /9000 g=g1; mtu g2: 1500/ g=g2");
    handlePeerGroupDelete(dir, "g1");
    EXPECT_TRUE(traces.contains("Clearing peer entry 'mtu g1' for plugin 'lacp'"));
-   EXPECT_FALSE(globalEntry(dir, "mtu g1"));
-   EXPECT_TRUE(globalEntry(dir, "mtu g2"));
+   EXPECT_EQ(entries(dir), "mtu g2: 1500/ g=g2");
 }
 
 TEST_F(UtilTest, LocalDeleteAllEmptiesBothSides) {
@@ -141,8 +119,7 @@ TEST_F(UtilTest, LocalDeleteAllEmptiesBothSides) {
    insertPeer("mtu", "Ethernet2", "1500");
    Traces traces;
    localDeleteAll(dir);
-   EXPECT_EQ(dir->configGlobalDiffSize(), 0u);
-   EXPECT_EQ(dir->configIntfDirSize(), 0u);
+   EXPECT_EQ(entries(dir), "");
    EXPECT_EQ(traces.count("Clearing entry "), 2u);
 }
 
