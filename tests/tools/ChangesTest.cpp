@@ -15,14 +15,8 @@ using MlagTool::ComparedValue;
 
 ComparedValue value(const char * parameter, const char * local, const char * peer,
                     std::vector< std::string > seenBy = {"A", "B"}) {
-   ComparedValue v;
-   v.plugin = "lacp";
-   v.row.parameter = parameter;
-   v.row.local = local;
-   v.row.peer = peer;
-   v.row.status = *MlagTool::verdict(local, peer, "");
-   v.seenBy = std::move(seenBy);
-   return v;
+   const auto status = *MlagTool::verdict(local, peer, "");
+   return {"lacp", {parameter, "", local, peer, status, "", false, {}}, std::move(seenBy), ""};
 }
 
 std::vector< std::string > summary(const std::vector< MlagTool::Change > & changes) {
