@@ -19,6 +19,7 @@ TEST(NamingTest, ParameterNames) {
       const char * owner;
       const char * expected;
    };
+   // An interface outside MLAG names nothing (and says so: LocalSideTest).
    const Case cases[] = {
       {perMlag, po10, "10", "Port-Channel10", "mode mlag10"},
       {perMlag, po10, "", "Port-Channel10", ""},
@@ -37,14 +38,6 @@ TEST(NamingTest, ParameterNames) {
    // A key the descriptor gives no display name is no parameter at all.
    EXPECT_EQ(getParamName(perMlag, "", po10, "10", "Port-Channel10"), "");
    EXPECT_EQ(getParamName(perIntf, "", none, "", "vlan10"), "");
-}
-
-TEST(NamingTest, AnInterfaceOutsideMlagIsTracedAndSkipped) {
-   auto desc = configCheckDescFactory("d");
-   desc->mlagInterfacesOnlyIs(true);
-   Traces traces;
-   EXPECT_EQ(getParamName(desc, "mtu", Porta::IntfId("Ethernet3"), "", "Ethernet3"), "");
-   EXPECT_TRUE(traces.contains("IntfId 'Ethernet3' not present in mlag config."));
 }
 
 TEST(NamingTest, StringUnquoteNeedsThreeCharacters) {
