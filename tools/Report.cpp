@@ -92,9 +92,10 @@ std::string report(const nlohmann::json & result, const ReportOptions & options,
    Counts counts = countRows(rows);
    out += summaryLine(counts) + '\n';
    // The second switch's own results normally mirror the first's; when they
-   // do not, say so, since they count for the exit status too.
+   // do not, say so, since they count for the exit status too. A live
+   // agent's view holds no results of its peer's: nothing to say then.
    Counts secondCounts = countRows(resultRows(second, catalog));
-   if (!(secondCounts == counts)) {
+   if (!second.at("plugins").empty() && !(secondCounts == counts)) {
       out += "in " + escaped(secondName) + "'s own results: " + summaryLine(secondCounts) + '\n';
    }
    return out;

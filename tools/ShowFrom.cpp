@@ -85,20 +85,55 @@ std::vector< CatalogEntry > catalogFromJson(const Json & catalog) {
    return entries;
 }
 
+// What the operator must know before reading the peer column: whether it
+// is live, stale or empty, and which plugins the two agents do not share.
+std::string peerLinkText(const Json & status) {
+   const Json link = status.value("peerLink", Json());
+   if (!link.is_object()) return "peer link: not configured; the peer column is empty\n";
+   const std::string state = link.value("link", "");
+   std::string text = "peer link: ";
+   if (link.contains("peer")) text += link["peer"].get< std::string >() + ", ";
+   if (state == "connected") {
+      text += "connected since " + link.value("since", "") + ", in sync";
+   } else if (state == "synchronising") {
+      text += "connected since " + link.value("since", "") + ", synchronising";
+   } else if (state == "down") {
+      text += "down since " + link.value("since", "") +
+              "; the peer column holds the values last received (stale)";
+   } else {
+      text += "never connected; the peer column is empty";
+   }
+   if (link.contains("lastError") && state != "connected") {
+      text += "; last error: " + link["lastError"].get< std::string >();
+   }
+   text += "\n";
+   const Json plugins = link.value("plugins", Json::object());
+   for (const auto & [plugin, verdict] : plugins.items()) {
+      if (verdict != "same")
+         text += "plugin " + plugin + ": " + verdict.get< std::string >() + "\n";
+   }
+   return text;
+}
+
 } // namespace
 
 int showFrom(const ShowOptions & o, std::ostream & out) {
    const Url url = parseUrl(o.url);
    const std::vector< CatalogEntry > catalog = catalogFromJson(get(url, "/v1/catalog"));
-   // The agent has no peer link yet: its peer's results are empty.
+   const Json status = get(url, "/v1/status");
+   // The agent's own results hold the peer's values in their peer column;
+   // the peer's own results stay on the peer.
+   const Json link = status.value("peerLink", Json());
+   const std::string peer = link.is_object() ? link.value("peer", "peer") : "peer";
    const Json result = {
-      {"switches", {get(url, "/v1/results"), {{"name", "peer"}, {"plugins", Json::object()}}}}};
+      {"switches", {get(url, "/v1/results"), {{"name", peer}, {"plugins", Json::object()}}}}};
    if (o.json) {
       out << result.dump(2) << '\n';
    } else if (o.reportFormat == "json") {
       out << reportJson(result, catalog, o.mismatches).dump(2) << '\n';
    } else {
-      out << report(result, {o.mismatches, o.colour, o.summary}, catalog);
+      out << peerLinkText(status) << '\n'
+          << report(result, {o.mismatches, o.colour, o.summary}, catalog);
    }
    return hasMismatch(result, catalog) ? 1 : 0;
 }

@@ -1,7 +1,10 @@
 // `mlag-config-check show --from URL`: a live agent's results in the offline
-// tool's views. Fetches /v1/results and /v1/catalog from the agent (a tiny
-// HTTP/1.1 client; only http://ADDR:PORT, such as http://127.0.0.1:7340) and
-// renders them with this switch first and its peer second.
+// tool's views. Fetches /v1/results, /v1/catalog and /v1/status from the
+// agent (a tiny HTTP/1.1 client; only http://ADDR:PORT, such as
+// http://127.0.0.1:7340) and renders them with this switch first and its
+// peer second; the tables are headed by the state of the peer link (in
+// sync, down and stale since when, or never connected) and the plugins the
+// two agents do not share.
 //
 //   ShowOptions o{.url = "http://127.0.0.1:7340", .mismatches = true};
 //   return showFrom(o, std::cout);      // 0 all agree, 1 a mismatch

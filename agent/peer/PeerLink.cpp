@@ -225,7 +225,14 @@ PeerLink::PeerLink(asio::io_context & io, LinkOptions options, PeerView & view,
       }
       tls_->set_verify_mode(asio::ssl::verify_peer | asio::ssl::verify_fail_if_no_peer_cert);
    }
-   if (options_.listen) acceptor_.emplace(io, *options_.listen);
+   if (options_.listen) {
+      try {
+         acceptor_.emplace(io, *options_.listen);
+      } catch (const boost::system::system_error & e) {
+         throw std::runtime_error("cannot listen for the peer on " +
+                                  endpointText(*options_.listen) + ": " + e.code().message());
+      }
+   }
 }
 
 PeerLink::~PeerLink() {
@@ -275,7 +282,7 @@ void PeerLink::dial() {
          if (!dialFailureLogged_) {
             log_.warning("peer link: cannot reach the peer at " + endpointText(options_.peer) +
                          ": " + ec.message() + "; trying again every " +
-                         std::to_string(options_.retry) + " s");
+                         nlohmann::json(options_.retry).dump() + " s");
             view_.attemptFailed("cannot reach " + endpointText(options_.peer) + ": " +
                                 ec.message());
             dialFailureLogged_ = true;

@@ -51,8 +51,8 @@ class Connection;
 
 class PeerLink {
  public:
-   // Raises std::runtime_error when the TLS files cannot be loaded and
-   // boost::system::system_error when the listen address cannot be bound.
+   // Raises std::runtime_error when the TLS files cannot be loaded or the
+   // listen address cannot be bound.
    PeerLink(boost::asio::io_context & io, LinkOptions options, PeerView & view,
             const SwitchAgent & checker, Log & log, std::function< void() > changed);
    ~PeerLink();
