@@ -15,7 +15,7 @@ seconds=${1:-20}
 shift || true
 targets=("$@")
 if ((${#targets[@]} == 0)); then
-   targets=(IntfIdFuzz SmCodefKeyFuzz ScenarioFuzz PairFuzz)
+   targets=(IntfIdFuzz SmCodefKeyFuzz ScenarioFuzz PairFuzz PeerProtocolFuzz)
 fi
 
 bash scripts/install-deps.sh
@@ -24,7 +24,7 @@ CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWit
 cmake --build build-fuzz -j "$(nproc)" --target "${targets[@]}"
 
 declare -A corpus=([IntfIdFuzz]=intfid [SmCodefKeyFuzz]=smcodefkey [ScenarioFuzz]=scenario
-   [PairFuzz]=pair)
+   [PairFuzz]=pair [PeerProtocolFuzz]=peer)
 for target in "${targets[@]}"; do
    work=build-fuzz/corpus/$target
    findings=build-fuzz/findings/$target
