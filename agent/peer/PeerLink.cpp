@@ -53,6 +53,10 @@ class Connection : public std::enable_shared_from_this< Connection > {
    }
 
    void begin() {
+      // A batch goes out as soon as its turn ends; waiting for the peer's
+      // acknowledgement of the last one gains nothing but delay.
+      error_code ignored;
+      socket_.set_option(tcp::no_delay(true), ignored);
       lastHeard_ = steadyNow();
       tickLater();
       if (!link_.tls_) {
@@ -276,25 +280,26 @@ void PeerLink::accept() {
 void PeerLink::dial() {
    if (stopping_ || active_ || dialing_) return;
    auto socket = std::make_shared< tcp::socket >(io_);
-   socket->async_connect(options_.peer, [this, socket](const error_code & ec) {
-      if (stopping_) return;
-      if (ec) {
-         if (!dialFailureLogged_) {
-            log_.warning("peer link: cannot reach the peer at " + endpointText(options_.peer) +
-                         ": " + ec.message() + "; trying again every " +
-                         nlohmann::json(options_.retry).dump() + " s");
-            view_.attemptFailed("cannot reach " + endpointText(options_.peer) + ": " +
-                                ec.message());
-            dialFailureLogged_ = true;
+   socket->async_connect(
+      options_.peer, [this, alive = std::weak_ptr< bool >(alive_), socket](const error_code & ec) {
+         if (alive.expired() || stopping_) return;
+         if (ec) {
+            if (!dialFailureLogged_) {
+               log_.warning("peer link: cannot reach the peer at " + endpointText(options_.peer) +
+                            ": " + ec.message() + "; trying again every " +
+                            nlohmann::json(options_.retry).dump() + " s");
+               view_.attemptFailed("cannot reach " + endpointText(options_.peer) + ": " +
+                                   ec.message());
+               dialFailureLogged_ = true;
+            }
+            scheduleDial();
+            return;
          }
-         scheduleDial();
-         return;
-      }
-      dialFailureLogged_ = false;
-      if (active_) return; // the peer dialled us meanwhile
-      dialing_ = track(std::make_shared< Connection >(*this, std::move(*socket), true));
-      dialing_->begin();
-   });
+         dialFailureLogged_ = false;
+         if (active_) return; // the peer dialled us meanwhile
+         dialing_ = track(std::make_shared< Connection >(*this, std::move(*socket), true));
+         dialing_->begin();
+      });
 }
 
 void PeerLink::scheduleDial() {

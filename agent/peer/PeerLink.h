@@ -92,6 +92,8 @@ class PeerLink {
    bool dialFailureLogged_ = false;
    std::uint64_t bytesSent_ = 0, bytesReceived_ = 0;
    bool stopping_ = false;
+   // Dies with the link: a dial that completes later finds it gone.
+   std::shared_ptr< bool > alive_ = std::make_shared< bool >(true);
 };
 
 } // namespace MlagAgent::Peer

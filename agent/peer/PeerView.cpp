@@ -30,6 +30,7 @@ GenericConfig * PeerView::peerRecord(std::string_view plugin) {
 void PeerView::sessionUp(PeerHello hello, double now) {
    hello_ = std::move(hello);
    connected_ = true;
+   synced_ = false;
    ++sessions_;
    since_ = now;
    lastError_.clear();
@@ -67,6 +68,7 @@ void PeerView::snapshotEnd(double now) {
       }
    }
    snapshot_.reset();
+   synced_ = true;
    lastSync_ = now;
 }
 

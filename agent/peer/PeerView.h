@@ -59,7 +59,8 @@ class PeerView {
    void attemptFailed(const std::string & reason) { lastError_ = reason; }
 
    bool connected() const noexcept { return connected_; }
-   bool synchronised() const noexcept { return connected_ && !snapshot_; }
+   // Up, and the peer's snapshot of this session applied.
+   bool synchronised() const noexcept { return connected_ && synced_; }
    std::uint64_t reconnects() const noexcept { return sessions_ > 0 ? sessions_ - 1 : 0; }
    const std::string & peerName() const noexcept { return hello_.switchName; }
    // Seconds since the records were last known to be in sync; none before
@@ -74,6 +75,7 @@ class PeerView {
    SwitchAgent & checker_;
    PeerHello hello_;
    bool connected_ = false;
+   bool synced_ = false; // this session's snapshot has been applied
    std::uint64_t sessions_ = 0;
    double since_ = 0.0; // when the link last came up or went down
    std::optional< double > lastSync_;
