@@ -41,7 +41,9 @@ void PeerView::snapshotBegin() {
    snapshot_.emplace();
    for (const SwitchAgent::Records & r : checker_.records()) {
       if (hello_.plugins.count(r.plugin)) {
-         (*snapshot_)[r.plugin] = Kiv::kivNew< GenericConfig >(Kiv::Name(r.plugin));
+         auto record = Kiv::kivNew< GenericConfig >(Kiv::Name(r.plugin));
+         record->paramNameIs(r.plugin); // as the record was made, until the peer says otherwise
+         (*snapshot_)[r.plugin] = std::move(record);
       }
    }
 }
