@@ -117,7 +117,9 @@ Step mlagStep(const std::string & switchName, const std::string & intf, const st
 std::vector< Step > configChanges(const MlagSim::SwitchSpec & from, const MlagSim::SwitchSpec & to,
                                   const nlohmann::json & plugins, const std::string & fileName) {
    Phases phases;
-   for (const auto & [plugin, unused] : plugins.items()) {
+   for (const auto & item : plugins.items()) {
+      // A named copy: clang 14 does not let a lambda capture a structured binding.
+      const std::string & plugin = item.key();
       static const Json none;
       auto configOf = [&](const MlagSim::SwitchSpec & sw) -> const Json & {
          if (!sw.config.is_object()) return none;

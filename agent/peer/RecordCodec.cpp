@@ -1,5 +1,7 @@
 #include "RecordCodec.h"
 
+#include <set>
+
 #include "sim/RecordSync.h"
 
 namespace MlagAgent::Peer {
@@ -53,9 +55,18 @@ void readRecord(PayloadReader & r, GenericConfig * into, std::size_t depth) {
             Kiv::String(value));
       }
    }
+   // A name is an interface's or a group's, never both: the checker relies on it.
+   std::set< std::string_view > intfNames;
    for (Table table : {Table::intf, Table::global}) {
       for (std::uint32_t n = r.count(24); n > 0; --n) {
-         const Kiv::Name name(r.str());
+         const std::string_view text = r.str();
+         if (table == Table::intf) {
+            intfNames.insert(text);
+         } else if (intfNames.count(text)) {
+            throw WireError("the nested configuration '" + std::string(text) +
+                            "' is both an interface's and a group's");
+         }
+         const Kiv::Name name(text);
          GenericConfig * nested = nullptr;
          if (into) {
             nested = table == Table::intf ? into->nestedIntfConfigIs(name).get()
@@ -267,6 +278,12 @@ void applyChange(const Change & c, GenericConfig & root) {
       readRecord(image, fresh.get(), c.path.size());
       MlagSim::syncRecord(*fresh, *present);
       return;
+   }
+   const Kiv::Name & name = step.name;
+   if (step.table == Table::intf ? bool(at->nestedGlobalConfig(name))
+                                 : bool(at->nestedIntfConfig(name))) {
+      throw WireError("the nested configuration '" + name.stdString() +
+                      "' is both an interface's and a group's");
    }
    // Announced only once filled, so the peer's reactors meet the whole record.
    at->hasNotificationActiveIs(false);

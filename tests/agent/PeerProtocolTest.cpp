@@ -132,6 +132,15 @@ TEST(PeerProtocolTest, MalformedChangesAreRefusedWithoutChangingTheRecord) {
       ChangeKind::attrSet, "lacp", {{Table::intf, Kiv::Name("Port-Channel9")}}, "mtu", {}, "1");
    const ChangeBatch b = readChanges(std::string_view(orphan).substr(5));
    EXPECT_THROW(applyChange(b.changes.at(0), *record), WireError);
+   // A group's name sent as an interface's too: the checker could not tell them apart.
+   record->nestedGlobalConfigIs(Kiv::Name("vlan10"));
+   auto image = Kiv::kivNew< GenericConfig >(Kiv::Name("vlan10"));
+   const std::string both = changeFrame(
+      ChangeKind::nestedSet, "lacp", {{Table::intf, Kiv::Name("vlan10")}}, {}, {}, {}, image.get());
+   EXPECT_THROW(applyChange(readChanges(std::string_view(both).substr(5)).changes.at(0), *record),
+                WireError);
+   EXPECT_FALSE(record->nestedIntfConfig(Kiv::Name("vlan10")));
+   record->nestedGlobalConfigDel(Kiv::Name("vlan10"));
    EXPECT_EQ(MlagSim::recordJson(*record),
              MlagSim::recordJson(*Kiv::kivNew< GenericConfig >(Kiv::Name("lacp"))));
 }
