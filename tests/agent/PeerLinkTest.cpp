@@ -138,6 +138,17 @@ TEST_P(PeerLinkFaultTest, ResultsHealToTheSimulators) {
 
 void pause(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
+// The first line of `mlag-config-check show` on agent i: the peer link's state.
+std::string showHeader(AgentPair & pair, int i) {
+   const std::string command = std::string(MLAG_CONFIG_CHECK) + " show --from http://127.0.0.1:" +
+                               std::to_string(pair.agent(i).port()) + " 2>&1";
+   std::FILE * out = ::popen(command.c_str(), "r");
+   char line[512] = "";
+   if (!std::fgets(line, sizeof line, out)) line[0] = '\0';
+   ::pclose(out);
+   return line;
+}
+
 INSTANTIATE_TEST_SUITE_P(
    Faults, PeerLinkFaultTest,
    ::testing::Values(Fault{"cutMidSnapshot",
@@ -258,6 +269,10 @@ TEST_F(PeerLinkTest, StrangersAndBadFramesAreRefusedAndLeaveTheSessionAlone) {
          << logged << "\n"
          << pair.agent(0).log();
    }
+   EXPECT_EQ(showHeader(pair, 0).rfind("peer link: leaf2, connected since", 0), 0u)
+      << showHeader(pair, 0);
+   EXPECT_NE(pair.agent(0).get("/metrics").body.find("mlag_config_check_peer_up 1\n"),
+             std::string::npos);
    const Json after = pair.status(0)["peerLink"];
    EXPECT_EQ(after["since"], before["since"]);
    EXPECT_EQ(after["link"], "connected");
@@ -290,6 +305,7 @@ TEST_F(PeerLinkTest, WrongCredentialsNeverConnect) {
       for (int i = 0; i < 2; ++i) {
          const Json link = pair.status(i)["peerLink"];
          EXPECT_EQ(link["link"], "never connected") << pair.logs();
+         EXPECT_EQ(showHeader(pair, i).rfind("peer link: never connected", 0), 0u);
          // Nothing of the other switch was filed.
          for (const auto & [plugin, r] : pair.results(i)["plugins"].items()) {
             for (const auto & [name, entry] : r["global"].items()) EXPECT_EQ(entry["peer"], "");
