@@ -52,7 +52,7 @@ class PeerLinkTest : public ::testing::Test {
    }
    // Short timings, so that faults are noticed within the test's patience.
    std::vector< std::string > keyOptions(const std::string & keyFile) const {
-      return {"--peer-key-file", keyFile, "--keepalive", "0.2", "--peer-timeout", "1"};
+      return {"--peer-key-file", keyFile, "--keepalive", "0.2", "--peer-timeout", "2"};
    }
    Options keyOptions() const { return {keyOptions(keyFile_), keyOptions(keyFile_)}; }
    static std::vector< std::string > tlsOptions(const std::string & name, const std::string & ca) {
@@ -60,7 +60,7 @@ class PeerLinkTest : public ::testing::Test {
               "--tls-key",      tlsDir + "/" + name + ".key",
               "--tls-ca",       tlsDir + "/" + ca,
               "--keepalive",    "0.2",
-              "--peer-timeout", "1"};
+              "--peer-timeout", "2"};
    }
 
    // Applies the scenario's steps as file edits, `during` running after the
