@@ -6,6 +6,7 @@
 #include <fstream>
 #include <netinet/in.h>
 #include <sstream>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
@@ -65,8 +66,12 @@ void AgentProcess::spawn() {
    argv.push_back(nullptr);
    pid_ = ::fork();
    if (pid_ == 0) {
+      // The agent dies with the test, however the test ends, and holds none
+      // of its output open.
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
       const int log = ::open(logFile_.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
       ::dup2(log, STDERR_FILENO);
+      ::dup2(log, STDOUT_FILENO);
       ::execv(MLAG_CONFIG_CHECKD, argv.data());
       ::_exit(127);
    }

@@ -307,7 +307,8 @@ TEST_F(PeerLinkTest, WrongCredentialsNeverConnect) {
          EXPECT_EQ(link["link"], "never connected") << pair.logs();
          EXPECT_EQ(showHeader(pair, i).rfind("peer link: never connected", 0), 0u);
          // Nothing of the other switch was filed.
-         for (const auto & [plugin, r] : pair.results(i)["plugins"].items()) {
+         const Json results = pair.results(i);
+         for (const auto & [plugin, r] : results["plugins"].items()) {
             for (const auto & [name, entry] : r["global"].items()) EXPECT_EQ(entry["peer"], "");
          }
       }
