@@ -277,6 +277,9 @@ TEST_F(PeerLinkTest, StrangersAndBadFramesAreRefusedAndLeaveTheSessionAlone) {
    EXPECT_EQ(after["since"], before["since"]);
    EXPECT_EQ(after["link"], "connected");
    EXPECT_EQ(pair.results(0), results);
+   // Stopping with a session up ends cleanly (under the sanitizers: leaks fail the exit).
+   EXPECT_EQ(pair.agent(0).terminate(), 0) << pair.logs();
+   EXPECT_TRUE(eventually([&] { return pair.status(1)["peerLink"]["link"] == "down"; }));
 }
 
 TEST_F(PeerLinkTest, WrongCredentialsNeverConnect) {
