@@ -58,7 +58,6 @@ class PeerView {
    // A connection attempt or session that failed before it came up.
    void attemptFailed(const std::string & reason) { lastError_ = reason; }
 
-   bool connected() const noexcept { return connected_; }
    // Up, and the peer's snapshot of this session applied.
    bool synchronised() const noexcept { return connected_ && synced_; }
    std::uint64_t reconnects() const noexcept { return sessions_ > 0 ? sessions_ - 1 : 0; }

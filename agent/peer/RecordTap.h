@@ -10,7 +10,6 @@
 // the watching and sends nothing.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>

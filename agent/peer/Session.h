@@ -14,7 +14,7 @@
 //   Session s(local, send, onAuthenticated, [&] { post([&] { s.flush(); }); });
 //   s.start();                               // sends the hello
 //   s.receive(bytes);                        // WireError: log, close
-//   if (s.authenticated() && link chooses it) s.activate(view);
+//   // onAuthenticated: if the link chooses this session, s.activate(view, records, now)
 //
 // Nothing but a hello and, in key mode, an auth frame is read before the
 // other side has proven itself; a frame past the handshake limit is refused
@@ -82,9 +82,6 @@ class Session {
    void stop();
 
    State state() const noexcept { return state_; }
-   bool authenticated() const noexcept {
-      return state_ == State::authenticated || state_ == State::active;
-   }
    const PeerHello & peerHello() const noexcept { return peer_; }
 
  private:
