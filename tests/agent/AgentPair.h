@@ -3,12 +3,6 @@
 // ephemeral port and dials the other through a FaultProxy of its own
 // (agent i dials proxy(i), which forwards to the other agent), so a test
 // can break the link either way.
-//
-//   AgentPair pair(dir, scenario, {keyOptions, keyOptions});
-//   MlagSim::applyStepToSwitches(scenario, step);
-//   pair.write(scenario);
-//   ASSERT_TRUE(pair.quiet()) << pair.logs();
-//   EXPECT_EQ(pair.results(0), expected["switches"][0]);
 #pragma once
 
 #include <array>
@@ -23,7 +17,7 @@
 
 class AgentPair {
  public:
-   // options[i] go to agent i (authentication, timings).
+   // options[i] go to agent i (authentication); the pair adds short timings.
    AgentPair(const std::filesystem::path & dir, const nlohmann::json & scenario,
              const std::array< std::vector< std::string >, 2 > & options);
 
@@ -34,9 +28,8 @@ class AgentPair {
    // left in their backlogs, the link is up and in sync, and every change
    // either one sent has arrived; false after the wait's limit.
    bool quiet();
-   // Agent i's /v1/results and /v1/status (empty objects while it does not answer).
-   nlohmann::json results(int i) const;
-   nlohmann::json status(int i) const;
+   nlohmann::json results(int i) const { return agents_[i]->json("/v1/results"); }
+   nlohmann::json status(int i) const { return agents_[i]->json("/v1/status"); }
    AgentProcess & agent(int i) { return *agents_[i]; }
    FaultProxy & proxy(int i) { return proxies_[i]; }
    // SIGKILL and restart agent i; the proxy that reaches it learns its new port.

@@ -5,75 +5,59 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdio>
-#include <filesystem>
 #include <fstream>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <optional>
 
 namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
-Json switchFile(int priority) {
-   return Json::parse(R"({
+Json switchFile(const Json & priority) {
+   Json file = Json::parse(R"({
       "plugins": {"lacp": {"attrName": {"systemPriority": "LACP system priority"},
                            "collectionName": {"vlan": "allowed vlan"}}},
       "switch": {"name": "leaf1", "mlag": {"Port-Channel10": "10"},
-                 "config": {"lacp": {"systemPriority": 1, "vlan": {"10": "active"}}}}})")
-      .patch(Json::array({{{"op", "replace"},
-                           {"path", "/switch/config/lacp/systemPriority"},
-                           {"value", priority}}}));
+                 "config": {"lacp": {"vlan": {"10": "active"}}}}})");
+   file["switch"]["config"]["lacp"]["systemPriority"] = priority;
+   return file;
 }
 
+// An agent started on leaf1 with a LACP priority of 100, up once it serves it.
 class AgentProcessTest : public ::testing::Test {
  protected:
    void SetUp() override {
-      dir_ = fs::temp_directory_path() /
-             ("agent-test-" + std::to_string(::getpid()) + "-" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name());
-      fs::remove_all(dir_);
-      fs::create_directories(dir_);
-      file_ = dir_ / "leaf1.switch.json";
-      writeInPlace(switchFile(100).dump(2));
+      writeInPlace(switchFile(100));
+      agent_.emplace(file_);
+      ASSERT_TRUE(eventually([&] { return priority() == "100"; })) << agent_->log();
    }
-   void TearDown() override { fs::remove_all(dir_); }
 
-   void writeInPlace(const std::string & text) const {
-      std::ofstream out(file_, std::ios::trunc);
-      out << text;
-   }
-   void writeAndRename(const std::string & text) const {
-      const fs::path temp = dir_ / ".leaf1.switch.json.new";
-      std::ofstream(temp) << text;
+   void writeInPlace(const Json & file) const { std::ofstream(file_) << file.dump(2); }
+   void writeAndRename(const Json & file) const {
+      const fs::path temp = dir_.path / ".leaf1.switch.json.new";
+      std::ofstream(temp) << file.dump(2);
       fs::rename(temp, file_);
    }
-   // The status, or an empty object while the agent does not answer.
-   static Json status(const AgentProcess & agent) {
-      Json s = agent.get("/v1/status").json();
-      return s.is_object() ? s : Json::object();
+   std::string priority() const {
+      return agent_->json("/v1/results")
+         .value(Json::json_pointer("/plugins/lacp/global/LACP system priority/local"), "");
    }
-   static std::string priority(const AgentProcess & agent) {
-      const Json r = agent.get("/v1/results").json();
-      const Json::json_pointer at("/plugins/lacp/global/LACP system priority/local");
-      return r.is_object() && r.contains(at) ? r[at].get< std::string >() : "";
-   }
+   Json lastReload() const { return agent_->json("/v1/status")["lastReload"]; }
 
-   fs::path dir_, file_;
+   TestDir dir_;
+   const fs::path file_ = dir_.path / "leaf1.switch.json";
+   std::optional< AgentProcess > agent_;
 };
 
-TEST_F(AgentProcessTest, ServesTheSwitchsResultsAndStatus) {
-   AgentProcess agent(file_);
-   ASSERT_NE(agent.port(), 0) << agent.log();
-   ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
-   const Json st = status(agent);
+TEST_F(AgentProcessTest, ServesItsApiToClientsAndShow) {
+   AgentProcess & agent = *agent_;
+   const Json st = agent.json("/v1/status");
    EXPECT_EQ(st["switch"], "leaf1");
    EXPECT_EQ(st["configFile"], file_.string());
    EXPECT_EQ(st["peerLink"], "not configured");
    EXPECT_EQ(st["lastReload"]["outcome"], "started");
    // Without a peer every value is only on this switch.
-   const Json report = agent.get("/v1/report").json();
+   const Json report = agent.json("/v1/report");
    EXPECT_EQ(report["switches"], Json::array({"leaf1", "peer"}));
    EXPECT_EQ(report["counts"]["onlyOnFirst"], 2);
    EXPECT_EQ(agent.get("/healthz").status, 200);
@@ -81,91 +65,10 @@ TEST_F(AgentProcessTest, ServesTheSwitchsResultsAndStatus) {
       agent.get("/metrics")
          .body.find("mlag_config_check_mismatches{plugin=\"lacp\",verdict=\"onlyOnFirst\"} 2\n"),
       std::string::npos);
-   EXPECT_EQ(agent.terminate(), 0);
-}
-
-TEST_F(AgentProcessTest, EditsInPlaceAndByRenameReachTheResults) {
-   AgentProcess agent(file_);
-   ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
-   writeInPlace(switchFile(200).dump(2));
-   EXPECT_TRUE(eventually([&] { return priority(agent) == "200"; })) << agent.log();
-   writeAndRename(switchFile(300).dump(2));
-   EXPECT_TRUE(eventually([&] { return priority(agent) == "300"; })) << agent.log();
-   const Json st = status(agent);
-   EXPECT_EQ(st["lastReload"]["outcome"], "applied");
-   EXPECT_EQ(st["lastReload"]["changes"], 1);
-}
-
-TEST_F(AgentProcessTest, BadEditKeepsTheLastGoodConfiguration) {
-   AgentProcess agent(file_);
-   ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
-   Json bad = switchFile(200);
-   bad["switch"]["config"]["lacp"]["systemPriority"] = 1.5;
-   writeAndRename(bad.dump(2));
-   ASSERT_TRUE(eventually([&] { return status(agent)["lastReload"]["outcome"] == "rejected"; }))
-      << agent.log();
-   const std::string error = status(agent)["lastReload"]["error"];
-   EXPECT_EQ(error.rfind(file_.string() + ": /switch/config/lacp/systemPriority: ", 0), 0u)
-      << error;
-   EXPECT_EQ(priority(agent), "100");
-   EXPECT_NE(agent.log().find(" error reload rejected"), std::string::npos);
-}
-
-TEST_F(AgentProcessTest, DescriptorChangeNeedsARestart) {
-   AgentProcess agent(file_);
-   ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
-   Json changed = switchFile(200);
-   changed["plugins"]["lacp"]["attrName"]["systemPriority"] = "priority";
-   writeAndRename(changed.dump(2));
-   ASSERT_TRUE(eventually([&] { return status(agent)["lastReload"]["outcome"] == "rejected"; }))
-      << agent.log();
-   const std::string error = status(agent)["lastReload"]["error"];
-   EXPECT_NE(error.find("restart the agent to change descriptors"), std::string::npos) << error;
-   EXPECT_EQ(priority(agent), "100");
-}
-
-TEST_F(AgentProcessTest, SighupReloads) {
-   AgentProcess agent(file_);
-   ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
-   agent.signal(SIGHUP);
-   ASSERT_TRUE(eventually([&] { return status(agent)["counters"]["reloadsOk"] == 1; }))
-      << agent.log();
-   EXPECT_EQ(status(agent)["lastReload"]["outcome"], "unchanged");
-}
-
-// Runs the command line, returns its exit status and standard output.
-std::pair< int, std::string > runTool(const std::string & arguments) {
-   std::FILE * pipe =
-      ::popen((std::string(MLAG_CONFIG_CHECK) + " " + arguments + " 2>/dev/null").c_str(), "r");
-   std::string out;
-   char buffer[4096];
-   std::size_t n;
-   while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-   const int status = ::pclose(pipe);
-   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
-}
-
-TEST_F(AgentProcessTest, ShowRendersALiveAgent) {
-   AgentProcess agent(file_);
-   ASSERT_TRUE(eventually([&] { return priority(agent) == "100"; })) << agent.log();
-   const std::string url = "http://127.0.0.1:" + std::to_string(agent.port());
-   // Without a peer both values are on leaf1 only: a mismatch.
-   const auto [status, out] = runTool("show --from " + url + " --report json");
-   EXPECT_EQ(status, 1);
-   const Json report = Json::parse(out, nullptr, false);
-   EXPECT_EQ(report["counts"]["onlyOnFirst"], 2) << out;
-   // Global rows in byte order of parameter: "10 allowed vlan", then the priority.
-   EXPECT_EQ(report["rows"][1]["first"]["raw"], "100") << out;
-   agent.terminate();
-   EXPECT_EQ(runTool("show --from " + url).first, 2);
-}
-
-TEST_F(AgentProcessTest, BadRequestsGetJsonErrors) {
-   AgentProcess agent(file_);
-   ASSERT_NE(agent.port(), 0) << agent.log();
+   // Bad requests get JSON errors.
    const HttpReply unknown = agent.get("/v2/results");
    EXPECT_EQ(unknown.status, 404);
-   EXPECT_TRUE(unknown.json().contains("error"));
+   EXPECT_TRUE(Json::parse(unknown.body, nullptr, false).contains("error"));
    const HttpReply post = httpExchange(
       agent.port(),
       "POST /v1/results HTTP/1.1\r\nHost: x\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
@@ -175,7 +78,47 @@ TEST_F(AgentProcessTest, BadRequestsGetJsonErrors) {
                                                          std::string(20000, 'a') + "\r\n\r\n");
    EXPECT_EQ(large.status, 413);
    EXPECT_EQ(httpExchange(agent.port(), "NOT HTTP AT ALL\r\n\r\n").status, 400);
+   // show renders the live agent: both values on leaf1 only, a mismatch.
+   const std::string url = "http://127.0.0.1:" + std::to_string(agent.port());
+   const auto [status, out] = runTool("show --from " + url + " --report json");
+   EXPECT_EQ(status, 1);
+   const Json shown = Json::parse(out, nullptr, false);
+   EXPECT_EQ(shown["counts"]["onlyOnFirst"], 2) << out;
+   // Global rows in byte order of parameter: "10 allowed vlan", then the priority.
+   EXPECT_EQ(shown["rows"][1]["first"]["raw"], "100") << out;
    EXPECT_EQ(agent.terminate(), 0);
+   EXPECT_EQ(runTool("show --from " + url).first, 2);
+}
+
+TEST_F(AgentProcessTest, SighupAndEditsReloadAndBadEditsKeepTheLastGood) {
+   // SIGHUP first, while no edit can have caused a reload.
+   agent_->signal(SIGHUP);
+   ASSERT_TRUE(eventually([&] { return agent_->json("/v1/status")["counters"]["reloadsOk"] == 1; }))
+      << agent_->log();
+   EXPECT_EQ(lastReload()["outcome"], "unchanged");
+   writeInPlace(switchFile(200));
+   EXPECT_TRUE(eventually([&] { return priority() == "200"; })) << agent_->log();
+   writeAndRename(switchFile(300));
+   EXPECT_TRUE(eventually([&] { return priority() == "300"; })) << agent_->log();
+   const Json reload = lastReload();
+   EXPECT_EQ(reload["outcome"], "applied");
+   EXPECT_EQ(reload["changes"], 1);
+
+   writeAndRename(switchFile(1.5));
+   ASSERT_TRUE(eventually([&] { return lastReload()["outcome"] == "rejected"; })) << agent_->log();
+   std::string error = lastReload()["error"];
+   EXPECT_EQ(error.rfind(file_.string() + ": /switch/config/lacp/systemPriority: ", 0), 0u)
+      << error;
+   EXPECT_NE(agent_->log().find(" error reload rejected"), std::string::npos);
+
+   Json descriptor = switchFile(400);
+   descriptor["plugins"]["lacp"]["attrName"]["systemPriority"] = "priority";
+   writeAndRename(descriptor);
+   EXPECT_TRUE(eventually([&] {
+      error = lastReload().value("error", "");
+      return error.find("restart the agent to change descriptors") != std::string::npos;
+   })) << error;
+   EXPECT_EQ(priority(), "300");
 }
 
 } // namespace

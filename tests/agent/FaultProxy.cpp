@@ -9,17 +9,12 @@
 #include <boost/asio/write.hpp>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
-
-namespace {
-
-struct Link;
-
-} // namespace
 
 // Everything below runs on the proxy's own thread.
 struct FaultProxy::Loop {
@@ -29,6 +24,7 @@ struct FaultProxy::Loop {
    std::chrono::milliseconds delay{0};
    bool stalled = false;
    std::optional< std::size_t > cutIn, corruptIn; // bytes from now
+   struct Link;
    std::vector< std::weak_ptr< Link > > links;
    std::atomic< std::size_t > accepted{0};
    std::thread thread;
@@ -40,11 +36,9 @@ struct FaultProxy::Loop {
    std::size_t faults(char * data, std::size_t n);
 };
 
-namespace {
-
 // One proxied connection: two sockets and a pump each way.
-struct Link : std::enable_shared_from_this< Link > {
-   Link(FaultProxy::Loop & l, tcp::socket from) : loop(l), client(std::move(from)), server(l.io) {}
+struct FaultProxy::Loop::Link : std::enable_shared_from_this< Link > {
+   Link(Loop & l, tcp::socket from) : loop(l), client(std::move(from)), server(l.io) {}
 
    void start() {
       server.async_connect(tcp::endpoint(asio::ip::address_v4::loopback(), loop.target),
@@ -89,12 +83,10 @@ struct Link : std::enable_shared_from_this< Link > {
       });
    }
 
-   FaultProxy::Loop & loop;
+   Loop & loop;
    tcp::socket client, server;
    std::array< char, 16384 > up, down;
 };
-
-} // namespace
 
 void FaultProxy::Loop::accept() {
    acceptor.async_accept([this](const error_code & ec, tcp::socket socket) {
@@ -110,29 +102,20 @@ void FaultProxy::Loop::accept() {
 }
 
 void FaultProxy::Loop::closeAll() {
-   for (const std::weak_ptr< Link > & weak : links) {
+   for (const std::weak_ptr< Link > & weak : links)
       if (auto link = weak.lock()) link->close();
-   }
    links.clear();
 }
 
 std::size_t FaultProxy::Loop::faults(char * data, std::size_t n) {
-   if (corruptIn) {
-      if (*corruptIn < n) {
-         data[*corruptIn] = static_cast< char >(~data[*corruptIn]);
-         corruptIn.reset();
-      } else {
-         *corruptIn -= n;
-      }
+   if (corruptIn && *corruptIn < n) {
+      data[*corruptIn] = static_cast< char >(~data[*corruptIn]);
+      corruptIn.reset();
+   } else if (corruptIn) {
+      *corruptIn -= n;
    }
-   if (cutIn) {
-      if (*cutIn <= n) {
-         const std::size_t pass = *cutIn;
-         cutIn.reset();
-         return pass;
-      }
-      *cutIn -= n;
-   }
+   if (cutIn && *cutIn <= n) return *std::exchange(cutIn, std::nullopt);
+   if (cutIn) *cutIn -= n;
    return n;
 }
 
@@ -151,28 +134,17 @@ FaultProxy::~FaultProxy() {
    loop_->thread.join();
 }
 
-void FaultProxy::targetIs(std::uint16_t port) {
-   asio::post(loop_->io, [loop = loop_.get(), port] { loop->target = port; });
+template < class T >
+void FaultProxy::set(T Loop::*member, std::type_identity_t< T > value) {
+   asio::post(loop_->io, [loop = loop_.get(), member, value] { loop->*member = value; });
 }
 
-void FaultProxy::delayIs(std::chrono::milliseconds delay) {
-   asio::post(loop_->io, [loop = loop_.get(), delay] { loop->delay = delay; });
-}
-
-void FaultProxy::stallIs(bool stalled) {
-   asio::post(loop_->io, [loop = loop_.get(), stalled] { loop->stalled = stalled; });
-}
-
-void FaultProxy::cutAfter(std::size_t bytes) {
-   asio::post(loop_->io, [loop = loop_.get(), bytes] { loop->cutIn = bytes; });
-}
-
-void FaultProxy::corruptAt(std::size_t offset) {
-   asio::post(loop_->io, [loop = loop_.get(), offset] { loop->corruptIn = offset; });
-}
-
+void FaultProxy::targetIs(std::uint16_t port) { set(&Loop::target, port); }
+void FaultProxy::delayIs(std::chrono::milliseconds delay) { set(&Loop::delay, delay); }
+void FaultProxy::stallIs(bool stalled) { set(&Loop::stalled, stalled); }
+void FaultProxy::cutAfter(std::size_t bytes) { set(&Loop::cutIn, bytes); }
+void FaultProxy::corruptAt(std::size_t offset) { set(&Loop::corruptIn, offset); }
 void FaultProxy::cutAll() {
    asio::post(loop_->io, [loop = loop_.get()] { loop->closeAll(); });
 }
-
 std::size_t FaultProxy::accepted() const { return loop_->accepted; }

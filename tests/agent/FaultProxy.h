@@ -4,10 +4,6 @@
 // apply in both directions; the one-shot ones (cut, corrupt) to the next
 // bytes that pass in either.
 //
-//   FaultProxy proxy;               // listening; forwards once it has a target
-//   proxy.targetIs(agentBPort);
-//   proxy.cutAfter(300);            // the next connection dies mid-snapshot
-//
 // Runs its own event loop on a thread of its own (test machinery: the agents
 // under test are separate processes). Commands are posted to that loop and
 // take effect in order; the destructor closes everything.
@@ -16,13 +12,12 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 
 class FaultProxy {
  public:
    FaultProxy();
    ~FaultProxy();
-   FaultProxy(const FaultProxy &) = delete;
-   FaultProxy & operator=(const FaultProxy &) = delete;
 
    std::uint16_t port() const noexcept { return port_; }
    // Connections accepted before there is a target are closed at once.
@@ -40,9 +35,12 @@ class FaultProxy {
    // Connections accepted so far.
    std::size_t accepted() const;
 
-   struct Loop; // the proxy's event loop and its connections
-
  private:
+   struct Loop; // the proxy's event loop and its connections
+   // Sets a member of the loop, on the loop's thread.
+   template < class T >
+   void set(T Loop::*member, std::type_identity_t< T > value);
+
    std::unique_ptr< Loop > loop_;
    std::uint16_t port_ = 0;
 };
