@@ -13,12 +13,9 @@ namespace {
 using namespace MlagAgent::Peer;
 using MlagP2p::ConfigCheck::CollectionConfig;
 
-MlagAgent::SwitchAgent leaf() {
-   return MlagAgent::SwitchAgent(MlagSim::parseSwitchFile(R"({
-      "plugins": {"lacp": {"attrName": {"rate": "lacp rate"}},
-                  "stp": {"attrName": {"mode": "mode"}}},
-      "switch": {"name": "leaf1", "mlag": {}, "config": {"lacp": {}, "stp": {}}}})",
-                                                          "leaf1.switch.json"));
+// A changes frame's batch (the payload past the frame's header).
+ChangeBatch batchOf(const std::string & frame) {
+   return readChanges(std::string_view(frame).substr(5));
 }
 
 // Counts every notification of a record (not of its nested records).
@@ -40,9 +37,8 @@ void sendSnapshot(PeerView & view, const GenericConfig & record, std::string_vie
    snapshotChanges(record, plugin, out);
    out.flush();
    view.snapshotBegin();
-   for (const std::string & f : frames) {
-      for (const Change & c : readChanges(std::string_view(f).substr(5)).changes) view.change(c);
-   }
+   for (const std::string & f : frames)
+      for (const Change & c : batchOf(f).changes) view.change(c);
    view.snapshotEnd(now);
 }
 
@@ -70,11 +66,8 @@ TEST(PeerProtocolTest, EveryChangeKindSurvivesTheWire) {
       source->nestedIntfConfigDel(Kiv::Name("Port-Channel10"));
       out.flush();
    }
-   for (const std::string & f : frames) {
-      for (const Change & c : readChanges(std::string_view(f).substr(5)).changes) {
-         applyChange(c, *copy);
-      }
-   }
+   for (const std::string & f : frames)
+      for (const Change & c : batchOf(f).changes) applyChange(c, *copy);
    EXPECT_EQ(MlagSim::recordJson(*copy), MlagSim::recordJson(*source));
    EXPECT_EQ(frames.size(), 2u) << "one batch per flush";
 }
@@ -93,7 +86,7 @@ TEST(PeerProtocolTest, LargeBatchesSplitAndOnlyTheLastPartEndsThem) {
    EXPECT_EQ(flushRequests, 1);
    std::size_t changes = 0;
    for (std::size_t i = 0; i < frames.size(); ++i) {
-      const ChangeBatch b = readChanges(std::string_view(frames[i]).substr(5));
+      const ChangeBatch b = batchOf(frames[i]);
       EXPECT_EQ(b.more, i + 1 < frames.size());
       changes += b.changes.size();
    }
@@ -130,57 +123,27 @@ TEST(PeerProtocolTest, MalformedChangesAreRefusedWithoutChangingTheRecord) {
    auto record = Kiv::kivNew< GenericConfig >(Kiv::Name("lacp"));
    const std::string orphan = changeFrame(
       ChangeKind::attrSet, "lacp", {{Table::intf, Kiv::Name("Port-Channel9")}}, "mtu", {}, "1");
-   const ChangeBatch b = readChanges(std::string_view(orphan).substr(5));
-   EXPECT_THROW(applyChange(b.changes.at(0), *record), WireError);
+   EXPECT_THROW(applyChange(batchOf(orphan).changes.at(0), *record), WireError);
    // A group's name sent as an interface's too: the checker could not tell them apart.
    record->nestedGlobalConfigIs(Kiv::Name("vlan10"));
    auto image = Kiv::kivNew< GenericConfig >(Kiv::Name("vlan10"));
    const std::string both = changeFrame(
       ChangeKind::nestedSet, "lacp", {{Table::intf, Kiv::Name("vlan10")}}, {}, {}, {}, image.get());
-   EXPECT_THROW(applyChange(readChanges(std::string_view(both).substr(5)).changes.at(0), *record),
-                WireError);
+   EXPECT_THROW(applyChange(batchOf(both).changes.at(0), *record), WireError);
    EXPECT_FALSE(record->nestedIntfConfig(Kiv::Name("vlan10")));
    record->nestedGlobalConfigDel(Kiv::Name("vlan10"));
    EXPECT_EQ(MlagSim::recordJson(*record),
              MlagSim::recordJson(*Kiv::kivNew< GenericConfig >(Kiv::Name("lacp"))));
 }
 
-TEST(PeerProtocolTest, AReconnectChangesOnlyWhatChanged) {
-   MlagAgent::SwitchAgent sw = leaf();
-   PeerView view(sw);
-   view.sessionUp({"leaf2", "incarnat", view.localPlugins()}, 0.0);
-   auto peer = Kiv::kivNew< GenericConfig >(Kiv::Name("lacp"));
-   peer->paramNameIs("lacp");
-   peer->attrIs("rate", "fast");
-   peer->attrIs("timeout", "90");
-   peer->nestedIntfConfigIs(Kiv::Name("Port-Channel10"))->attrIs("mtu", "9214");
-   sendSnapshot(view, *peer, "lacp");
-   const Kiv::Ptr< GenericConfig > & held = sw.records()[0].peer;
-   EXPECT_EQ(MlagSim::recordJson(*held), MlagSim::recordJson(*peer));
-   EXPECT_TRUE(view.synchronised());
-
-   view.sessionDown(1.0, "cut");
-   EXPECT_FALSE(view.synchronised());
-   EXPECT_EQ(held->attr("rate"), "fast") << "kept, stale, while down";
-   Counter top(held);
-   Counter intf(held->nestedIntfConfig(Kiv::Name("Port-Channel10")));
-   // Same values again: nothing notifies.
-   view.sessionUp({"leaf2", "incarnat", view.localPlugins()}, 2.0);
-   sendSnapshot(view, *peer, "lacp");
-   EXPECT_EQ(top.n + intf.n, 0);
-   // One value changed, one gone, one nested record gone: three changes.
-   peer->attrIs("rate", "slow");
-   peer->attrDel(Kiv::String("timeout"));
-   peer->nestedIntfConfigDel(Kiv::Name("Port-Channel10"));
-   view.sessionUp({"leaf2", "incarnat", view.localPlugins()}, 3.0);
-   sendSnapshot(view, *peer, "lacp");
-   EXPECT_EQ(top.n, 3);
-   EXPECT_EQ(MlagSim::recordJson(*held), MlagSim::recordJson(*peer));
-   EXPECT_EQ(view.reconnects(), 2u);
-}
-
-TEST(PeerProtocolTest, PluginsOnlyOneSideHasAreReportedNotComparedAgainstNothing) {
-   MlagAgent::SwitchAgent sw = leaf();
+// A view's life: plugins only one side has are reported, not compared against
+// nothing; a reconnect changes only what changed.
+TEST(PeerProtocolTest, AViewReportsUnsharedPluginsAndResyncsOnlyWhatChanged) {
+   MlagAgent::SwitchAgent sw(MlagSim::parseSwitchFile(R"({
+      "plugins": {"lacp": {"attrName": {"rate": "lacp rate"}},
+                  "stp": {"attrName": {"mode": "mode"}}},
+      "switch": {"name": "leaf1", "mlag": {}, "config": {"lacp": {}, "stp": {}}}})",
+                                                      "leaf1.switch.json"));
    PeerView view(sw);
    EXPECT_EQ(view.statusJson(0.0)["link"], "never connected");
    std::map< std::string, std::string > peerPlugins = view.localPlugins();
@@ -205,6 +168,37 @@ TEST(PeerProtocolTest, PluginsOnlyOneSideHasAreReportedNotComparedAgainstNothing
    EXPECT_EQ(down["stale"], true);
    EXPECT_EQ(down["secondsSinceLastSync"], 4.0);
    EXPECT_EQ(down["lastError"], "the peer closed the connection");
+
+   // Now with the same plugins on both sides.
+   view.sessionUp({"leaf2", "incarnat", view.localPlugins()}, 10.0);
+   auto peer = Kiv::kivNew< GenericConfig >(Kiv::Name("lacp"));
+   peer->paramNameIs("lacp");
+   peer->attrIs("rate", "fast");
+   peer->attrIs("timeout", "90");
+   peer->nestedIntfConfigIs(Kiv::Name("Port-Channel10"))->attrIs("mtu", "9214");
+   sendSnapshot(view, *peer, "lacp");
+   const Kiv::Ptr< GenericConfig > & held = sw.records()[0].peer;
+   EXPECT_EQ(MlagSim::recordJson(*held), MlagSim::recordJson(*peer));
+   EXPECT_TRUE(view.synchronised());
+
+   view.sessionDown(11.0, "cut");
+   EXPECT_FALSE(view.synchronised());
+   EXPECT_EQ(held->attr("rate"), "fast") << "kept, stale, while down";
+   Counter top(held);
+   Counter intf(held->nestedIntfConfig(Kiv::Name("Port-Channel10")));
+   // Same values again: nothing notifies.
+   view.sessionUp({"leaf2", "incarnat", view.localPlugins()}, 12.0);
+   sendSnapshot(view, *peer, "lacp");
+   EXPECT_EQ(top.n + intf.n, 0);
+   // One value changed, one gone, one nested record gone: three changes.
+   peer->attrIs("rate", "slow");
+   peer->attrDel(Kiv::String("timeout"));
+   peer->nestedIntfConfigDel(Kiv::Name("Port-Channel10"));
+   view.sessionUp({"leaf2", "incarnat", view.localPlugins()}, 13.0);
+   sendSnapshot(view, *peer, "lacp");
+   EXPECT_EQ(top.n, 3);
+   EXPECT_EQ(MlagSim::recordJson(*held), MlagSim::recordJson(*peer));
+   EXPECT_EQ(view.reconnects(), 3u);
 }
 
 } // namespace

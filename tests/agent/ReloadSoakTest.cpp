@@ -6,21 +6,15 @@
 
 namespace {
 
-struct Case {
-   std::uint64_t seed;
-   MlagSim::RandomLimits limits;
-};
-
-class ReloadSoakTest : public ::testing::TestWithParam< Case > {};
-
-TEST_P(ReloadSoakTest, ReloadEqualsFreshStart) {
-   EXPECT_EQ(MlagAgent::reloadSoak(GetParam().seed, GetParam().limits), "");
+TEST(ReloadSoakTest, ReloadEqualsFreshStart) {
+   const std::pair< std::uint64_t, MlagSim::RandomLimits > seeds[] = {
+      {1, {.steps = 30}},
+      {2, {.steps = 30}},
+      {3, {.steps = 30, .mlagFlap = true}},
+      {4, {.steps = 20, .wide = true}},
+      {5, {.steps = 30}}};
+   for (const auto & [seed, limits] : seeds)
+      EXPECT_EQ(MlagAgent::reloadSoak(seed, limits), "") << "seed " << seed;
 }
-
-INSTANTIATE_TEST_SUITE_P(Seeds, ReloadSoakTest,
-                         ::testing::Values(Case{1, {.steps = 30}}, Case{2, {.steps = 30}},
-                                           Case{3, {.steps = 30, .mlagFlap = true}},
-                                           Case{4, {.steps = 20, .wide = true}},
-                                           Case{5, {.steps = 30}}));
 
 } // namespace
