@@ -4,11 +4,14 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "kiv/ActivityManager.h"
+#include "orv/CodefBase.h"
 #include "trace/Context.h"
 
 namespace {
@@ -17,13 +20,14 @@ using Kiv::Clock;
 using Kiv::System;
 using Log = std::vector< std::string >;
 
-// A reactor that writes its name into a shared log when it fires, then runs
-// an optional hostile action.
+// A reactor that writes its name (and trace context, if any) into a shared
+// log when it fires, then runs an optional hostile action.
 struct Probe : Clock::NotifieeConst {
    Probe(const Kiv::Ptr< Clock > & clock, std::string n, Log & l)
          : NotifieeConst(clock), name(std::move(n)), log(l) {}
    void handleTimeMin() override {
-      log.push_back(name);
+      const Kiv::Trace::Context c = Kiv::Trace::context();
+      log.push_back(c ? name + "@" + *c : name);
       if (onFire) onFire();
    }
    std::string name;
@@ -44,101 +48,51 @@ class ClockTest : public ::testing::Test {
    Kiv::Ptr< Clock > clock = Kiv::kivNew< Clock >(Kiv::Name("testClock"));
    Kiv::ActivityManager manager{clock};
    Log log;
-
- private:
    std::vector< std::unique_ptr< Probe > > probes_;
 };
 
-TEST(SystemTest, VirtualTimeMovesOnlyWhenToldAndReadsAreCounted) {
+TEST(SystemDeathTest, VirtualTimeMovesOnlyForwardAndOnlyWhenRead) {
    System::virtualTimeIs(5.0);
-   std::uint64_t reads = System::timeReads();
-   EXPECT_EQ(System::currentTime(), 5.0);
-   System::virtualTimeAdvance(1.5);
+   const std::uint64_t reads = System::timeReads();
    System::timeReadStepIs(0.25);
-   EXPECT_EQ(System::currentTime(), 6.5);
-   EXPECT_EQ(System::currentTime(), 6.75);
-   EXPECT_EQ(System::bookkeepingTime(), 7.0); // neither counted nor moving time
-   EXPECT_EQ(System::bookkeepingTime(), 7.0);
-   EXPECT_EQ(System::timeReads(), reads + 3);
+   EXPECT_EQ(System::currentTime(), 5.0);
+   EXPECT_EQ(System::bookkeepingTime(), 5.25); // neither counted nor moving time
+   EXPECT_EQ(System::timeReads(), reads + 1);
+   EXPECT_DEATH(System::virtualTimeAdvance(-1.0), "virtual time never goes back");
    System::realTimeIs(); // drops the read step too
    EXPECT_EQ(System::timeReadStep(), 0.0);
-}
-
-TEST(SystemDeathTest, VirtualTimeNeverGoesBack) {
-   System::virtualTimeIs(5.0);
-   EXPECT_DEATH(System::virtualTimeAdvance(-1.0), "virtual time never goes back");
-   System::realTimeIs();
    EXPECT_DEATH(System::timeReadStepIs(1.0), "a read step needs virtual time");
 }
 
 TEST_F(ClockTest, ReactorsFireOneAtATimeInTheOrderInWhichTheyBecameDue) {
    Probe & late = probe("late");
-   EXPECT_EQ(late.timeMin(), Clock::never);
    late.timeMinIs(103.0);
+   late.onFire = [&] { EXPECT_EQ(System::bookkeepingTime(), 103.0); };
    probe("soon").timeMinIs(101.0);
-   probe("past").timeMinIs(50.0); // due since its arming at 100
-   probe("now").timeMinIs(0.0);
+   Probe & past = probe("past");
+   past.timeMinIs(50.0); // due since its arming at 100
+   Probe & now = probe("now");
+   now.timeMinIs(0.0);
+   past.timeMinIs(100.0); // re-arming a due reactor keeps its place
    System::virtualTimeAdvance(2.0);
    probe("afterSoon").timeMinIs(0.0);
-   System::virtualTimeAdvance(3.0);
-   EXPECT_EQ(manager.armedCount(), 5u);
-   EXPECT_TRUE(manager.runOnce());
-   EXPECT_EQ(log, (Log{"past"}));
-   EXPECT_EQ(manager.runUntilIdle(), 4u);
+   EXPECT_EQ(manager.runUntilIdle(), 5u); // virtual time jumps to the next armed reactor
    EXPECT_EQ(log, (Log{"past", "now", "soon", "afterSoon", "late"}));
    EXPECT_EQ(late.timeMin(), Clock::never); // firing disarms
-   EXPECT_FALSE(manager.runOnce());
-}
 
-// Deferred work traces as the code that set it up, and the context of the
-// code that runs the loop comes back after each firing.
-TEST_F(ClockTest, AReactorFiresInTheTraceContextItWasMadeIn) {
-   const Kiv::Trace::Context a = Kiv::Trace::contextNamed("A");
-   Probe * ofA = nullptr;
-   {
-      Kiv::Trace::ContextScope scope(a);
-      ofA = &probe("ofA");
-   }
-   Probe & ofNone = probe("ofNone");
-   std::vector< Kiv::Trace::Context > seen;
-   for (Probe * p : {ofA, &ofNone}) {
-      p->onFire = [&seen] { seen.push_back(Kiv::Trace::context()); };
-      p->timeMinIs(0.0);
-   }
-   Kiv::Trace::ContextScope runner(Kiv::Trace::contextNamed("runner"));
-   EXPECT_EQ(manager.runUntilIdle(), 2u);
-   EXPECT_EQ(seen, (std::vector< Kiv::Trace::Context >{a, nullptr}));
-   EXPECT_EQ(Kiv::Trace::context(), Kiv::Trace::contextNamed("runner"));
-}
-
-TEST_F(ClockTest, ReArmingKeepsADueReactorsPlaceUnlessItIsFiring) {
-   Probe & a = probe("a");
-   Probe & b = probe("b");
-   for (Probe * p : {&a, &b, &probe("c")}) p->timeMinIs(0.0);
-   a.timeMinIs(99.0);
-   b.timeMinIs(100.0);
-   a.onFire = [&] { a.timeMinIs(0.0); };
-   EXPECT_EQ(manager.runUntilIdle(5), 5u);
-   EXPECT_EQ(log, (Log{"a", "b", "c", "a", "a"}));
-   a.timeMinIs(Clock::never);
+   // Re-armed while firing, a reactor goes behind the others due.
+   late.onFire = [&] { late.timeMinIs(0.0); };
+   late.timeMinIs(0.0);
+   now.timeMinIs(0.0);
+   EXPECT_EQ(manager.runUntilIdle(3), 3u);
+   EXPECT_EQ(log, (Log{"past", "now", "soon", "afterSoon", "late", "late", "now", "late"}));
+   late.timeMinIs(Clock::never);
    EXPECT_EQ(manager.armedCount(), 0u);
-}
-
-TEST_F(ClockTest, VirtualTimeJumpsToTheNextArmedReactor) {
-   Probe & a = probe("a");
-   a.onFire = [&] { log.push_back(std::to_string(System::bookkeepingTime())); };
-   a.timeMinIs(150.0);
-   probe("b").timeMinIs(120.0);
-   EXPECT_FALSE(manager.runOnce());
-   EXPECT_EQ(clock->nextDueTime(), 120.0);
-   EXPECT_EQ(manager.runUntilIdle(), 2u);
-   EXPECT_EQ(log, (Log{"b", "a", std::to_string(150.0)}));
 
    // On real time the run returns when only future reactors remain.
    System::realTimeIs();
-   a.onFire = nullptr;
-   a.timeMinIs(System::currentTime() + 3600.0);
-   probe("now").timeMinIs(0.0);
+   late.timeMinIs(System::currentTime() + 3600.0);
+   now.timeMinIs(0.0);
    EXPECT_EQ(manager.runUntilIdle(), 1u);
    EXPECT_EQ(manager.armedCount(), 1u);
 }
@@ -168,30 +122,158 @@ TEST_F(ClockTest, InactiveZombieAndDetachedReactorsAreSkipped) {
    auto other = Kiv::kivNew< Clock >(Kiv::Name("otherClock"));
    Kiv::ActivityManager otherManager(other);
    a.notifierIs(other);
-   EXPECT_EQ(manager.runUntilIdle(), 0u);
    EXPECT_EQ(otherManager.runUntilIdle(), 1u);
    EXPECT_EQ(log.back(), "a");
 }
 
-// Deletes itself when it fires, as an object whose work ends its own life.
-struct SelfDestructing : Probe {
-   using Probe::Probe;
-   void handleTimeMin() override {
-      Probe::handleTimeMin();
-      delete this;
-   }
-};
-
-TEST_F(ClockTest, AReactorMayDestroyItselfOrAnotherDueReactorInItsCallback) {
+// Deferred work traces as the code that set it up, and the context of the
+// code that runs the loop comes back after each firing, the reactor gone or not.
+TEST_F(ClockTest, AReactorFiresInItsOwnTraceContextAndMayDestroyItselfOrAnother) {
    auto victim = std::make_unique< Probe >(clock, "victim", log);
    Probe & killer = probe("killer");
    killer.onFire = [&] { victim.reset(); };
    killer.timeMinIs(0.0);
    victim->timeMinIs(0.0);
-   (new SelfDestructing(clock, "self", log))->timeMinIs(0.0);
+   {
+      Kiv::Trace::ContextScope scope(Kiv::Trace::contextNamed("A"));
+      // Deletes itself when it fires, as an object whose work ends its own life.
+      Probe * self = new Probe(clock, "self", log);
+      self->onFire = [self] { delete self; };
+      self->timeMinIs(0.0);
+   }
    probe("bystander").timeMinIs(0.0);
+   Kiv::Trace::ContextScope runner(Kiv::Trace::contextNamed("runner"));
    EXPECT_EQ(manager.runUntilIdle(), 3u);
-   EXPECT_EQ(log, (Log{"killer", "self", "bystander"}));
+   EXPECT_EQ(log, (Log{"killer", "self@A", "bystander"}));
+   EXPECT_EQ(Kiv::Trace::context(), Kiv::Trace::contextNamed("runner"));
+}
+
+// Works off identical items one at a time and yields once its quantum has
+// passed, reading the clock after every item.
+struct Worker : Orv::CodefBase {
+   Worker(const Kiv::PtrConst< Clock > & clock, std::string n, Log & l)
+         : CodefBase(clock), name(std::move(n)), log(l) {}
+
+   void enqueue(std::uint64_t items) {
+      pending += items;
+      updatesSeenInc(items);
+      scheduleCodef();
+   }
+
+   std::uint64_t processBacklog(const Kiv::Seconds & startTime) override {
+      startTimes.push_back(startTime);
+      std::uint64_t done = 0;
+      while (pending != 0) {
+         --pending;
+         ++done;
+         if (onItem) onItem();
+         if (System::currentTime() >= startTime + backlogQuantum()) break;
+      }
+      log.push_back(name + std::to_string(done));
+      return done;
+   }
+   std::uint64_t backlogSize() const override { return pending; }
+
+   std::string name;
+   Log & log;
+   std::vector< Kiv::Seconds > startTimes;
+   std::function< void() > onItem;
+   std::uint64_t pending = 0;
+};
+
+using CodefBaseTest = ClockTest;
+
+TEST_F(CodefBaseTest, BacklogIsWorkedOffInSlicesThatLetOtherDueWorkGoFirst) {
+   System::timeReadStepIs(0.25); // a quarter of the quantum: a slice does four items
+   Worker w(clock, "w", log), other(clock, "o", log);
+   w.backlogQuantumIs(1.0);
+   other.backlogQuantumIs(1.0);
+   w.enqueue(10);
+   other.enqueue(5);
+   w.updatesSeenInc(); // an update for an item already pending;
+   w.scheduleCodef();  // already due, w keeps its place
+   EXPECT_TRUE(manager.runOnce());
+   EXPECT_FALSE(w.warm());
+   EXPECT_EQ(manager.runUntilIdle(), 4u);
+   EXPECT_EQ(log, (Log{"w4", "o4", "w4", "o1", "w2"}));
+   // Seen, processed, coalesced; slices, of which yielded.
+   EXPECT_EQ(std::tuple(w.updatesSeen(), w.updatesProcessed(), w.updatesCoalesced(),
+                        w.dispatchCount(), w.yieldBeforeFinishingCount()),
+             std::tuple(11u, 10u, 1u, 3u, 2u));
+   EXPECT_TRUE(w.warm());
+   EXPECT_FALSE(w.codefScheduled());
+   // Slices start where the previous one's reads left the clock.
+   EXPECT_EQ(w.startTimes, (std::vector< Kiv::Seconds >{100.0, 102.5, 104.25}));
+   EXPECT_EQ(w.timeUsed(), 1.25 + 1.25 + 0.75);
+}
+
+TEST_F(CodefBaseTest, WorkEnqueuedDuringASliceIsTakenAndAFailedSliceLeavesTheReactorDisarmed) {
+   Worker w(clock, "w", log);
+   w.backlogQuantumIs(10.0);
+   bool fed = false;
+   w.onItem = [&] {
+      if (!std::exchange(fed, true)) w.enqueue(2);
+   };
+   w.enqueue(1);
+   EXPECT_EQ(manager.runUntilIdle(), 1u);
+   EXPECT_EQ(log, (Log{"w3"}));
+
+   w.onItem = [] { throw std::runtime_error("processing failed"); };
+   w.enqueue(2);
+   EXPECT_THROW(manager.runOnce(), std::runtime_error);
+   EXPECT_FALSE(w.codefScheduled());
+   EXPECT_EQ(w.dispatchCount(), 1u);
+   w.onItem = nullptr;
+   w.scheduleCodef();
+   EXPECT_EQ(manager.runUntilIdle(), 1u);
+}
+
+TEST_F(CodefBaseTest, PendingWorkWaitsForAClockAnActiveLiveBaseAndItsDelay) {
+   Worker w(nullptr, "w", log);
+   w.enqueue(1);
+   EXPECT_TRUE(w.codefScheduled());
+   w.clockIs(clock);
+   w.hasNotificationActiveIs(false);
+   EXPECT_EQ(manager.runUntilIdle(), 0u);
+   w.hasNotificationActiveIs(true);
+   w.kivDoZombieReactors(true);
+   EXPECT_EQ(manager.armedCount(), 0u);
+   w.kivDoZombieReactors(false);
+   EXPECT_EQ(manager.runUntilIdle(), 1u);
+   w.enqueue(1);
+   w.clockDel();
+   EXPECT_EQ(manager.runUntilIdle(), 0u);
+
+   w.clockIs(clock);
+   const Kiv::Seconds delayedAt = System::bookkeepingTime();
+   w.scheduleCodefDelay(2.0);
+   EXPECT_FALSE(manager.runOnce());
+   EXPECT_EQ(manager.runUntilIdle(), 1u);
+   EXPECT_EQ(w.startTimes.back(), delayedAt + 2.0);
+   EXPECT_EQ(log, (Log{"w1", "w1"}));
+}
+
+// Always has work left, and its slice drops the last reference to itself:
+// a base that touched itself after the slice would re-arm a freed reactor.
+struct SelfReleasing : Orv::CodefBase {
+   SelfReleasing(const Kiv::PtrConst< Clock > & clock, Kiv::Ptr< SelfReleasing > & o)
+         : CodefBase(clock), owner(o) {}
+   std::uint64_t processBacklog(const Kiv::Seconds &) override {
+      owner = nullptr;
+      return 1;
+   }
+   std::uint64_t backlogSize() const override { return 1; }
+   Kiv::Ptr< SelfReleasing > & owner;
+};
+
+TEST_F(CodefBaseTest, ABaseDestroyedByItsOwnSliceIsNotTouchedAgain) {
+   Kiv::Ptr< SelfReleasing > owner;
+   owner = Kiv::kivNew< SelfReleasing >(clock, owner);
+   owner->scheduleCodef();
+   EXPECT_EQ(manager.runUntilIdle(), 1u);
+   EXPECT_FALSE(owner);
+   EXPECT_EQ(Kiv::LiveCount::count("(anonymous namespace)::SelfReleasing"), 0);
+   EXPECT_EQ(manager.armedCount(), 0u);
 }
 
 } // namespace
