@@ -2,12 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "ParamName.h"
 
 namespace {
 
 using MlagTool::CatalogEntry;
-using MlagTool::Scope;
 
 // Nested collections keyed by interfaces, by groups, by both and by nothing
 // yet, one of them filled by a step only, and one nested two deep.
@@ -70,40 +71,30 @@ TEST(CatalogTest, EveryCheckedParameterWithScopeDefaultAndOverrides) {
 }
 
 TEST(CatalogTest, ParameterNamesReadBackIntoTheirParts) {
-   struct Case {
-      const char * parameter;
-      const char * groupId;
-      bool interfaceTable;
-      Scope scope;
-      const char * name;
-      const char * member;
-      const char * group;
-      const char * mlagId;
-   };
-   const Case cases[] = {
-      {"vlan mode", "", false, Scope::global, "vlan mode", "", "", ""},
+   // A name, its group id and table, and what it reads back as: scope,
+   // display name, member, group and MLAG id.
+   const std::tuple< const char *, const char *, bool, const char * > cases[] = {
+      {"vlan mode", "", false, "global|vlan mode|||"},
       // The longest collection name wins: "allowed vlan", not "vlan".
-      {"30 allowed vlan", "", false, Scope::global, "allowed vlan", "30", "", ""},
-      {"30 vlan", "", false, Scope::global, "vlan", "30", "", ""},
-      {"mtu mlag10", "", true, Scope::mlagId, "mtu", "", "", "10"},
+      {"30 allowed vlan", "", false, "global|allowed vlan|30||"},
+      {"30 vlan", "", false, "global|vlan|30||"},
+      {"mtu mlag10", "", true, "mlagId|mtu|||10"},
       // Only MLAG-only descriptors append an MLAG id.
-      {"x mlag10", "", true, Scope::interface, "x mlag10", "", "", ""},
-      {"x", "", true, Scope::interface, "x", "", "", ""},
-      {"name vlan10", "vlan10", false, Scope::group, "name", "", "vlan10", ""},
-      {"unknown vlan10", "vlan10", false, Scope::group, "unknown", "", "vlan10", ""},
+      {"x mlag10", "", true, "interface|x mlag10|||"},
+      {"x", "", true, "interface|x|||"},
+      {"name vlan10", "vlan10", false, "group|name||vlan10|"},
+      {"unknown vlan10", "vlan10", false, "group|unknown||vlan10|"},
       // A group id the name does not end in is no group suffix.
-      {"vlan mode", "vlan10", false, Scope::global, "vlan mode", "", "", ""},
-      {"not known", "", false, Scope::global, "not known", "", "", ""},
-      {"mtu mlag", "", true, Scope::interface, "mtu mlag", "", "", ""}};
+      {"vlan mode", "vlan10", false, "global|vlan mode|||"},
+      {"not known", "", false, "global|not known|||"},
+      {"mtu mlag", "", true, "interface|mtu mlag|||"}};
    const std::vector< CatalogEntry > entries = MlagTool::catalog(scenario());
    const MlagTool::ParamNameReader reader(entries, "vlan");
-   for (const Case & c : cases) {
-      const MlagTool::ParamName n = reader.read(c.parameter, c.groupId, c.interfaceTable);
-      EXPECT_EQ(n.scope, c.scope) << c.parameter;
-      EXPECT_EQ(n.name, c.name) << c.parameter;
-      EXPECT_EQ(n.member, c.member) << c.parameter;
-      EXPECT_EQ(n.group, c.group) << c.parameter;
-      EXPECT_EQ(n.mlagId, c.mlagId) << c.parameter;
+   for (const auto & [parameter, groupId, interfaceTable, parts] : cases) {
+      const MlagTool::ParamName n = reader.read(parameter, groupId, interfaceTable);
+      EXPECT_EQ(std::string(MlagTool::scopeText(n.scope)) + "|" + n.name + "|" + n.member + "|" +
+                   n.group + "|" + n.mlagId,
+                parts);
    }
 }
 

@@ -8,17 +8,15 @@ namespace {
 
 using MlagTool::Table;
 
+// Without colour, the whole-run tables show the same layout (CliTest,
+// ComparisonTest, ChangesTest).
 TEST(TableTest, PadsColumnsToTheWidestCellAndColoursOnlyHighlightedRows) {
    Table t({"parameter", "A", "status"});
    t.rowIs({"mtu", "9000", "agree"});
    t.rowIs({"lacp mode", "-", "only on B"}, Table::Highlight::yellow);
    t.rowIs({"b", "1", "differ"}, Table::Highlight::red);
-   EXPECT_EQ(t.render(false),
-             "parameter  A     status\n"
-             "---------  ----  ---------\n"
-             "mtu        9000  agree\n"
-             "lacp mode  -     only on B\n"
-             "b          1     differ\n");
+   EXPECT_THROW(t.rowIs({"only one"}), std::invalid_argument);
+   EXPECT_EQ(t.rows(), 3u); // the refused row is not kept
    EXPECT_EQ(t.render(true),
              "parameter  A     status\n"
              "---------  ----  ---------\n"
@@ -53,11 +51,22 @@ TEST(TableTest, ControlCharactersAndInvalidBytesAreEscaped) {
              "x\\x1b   \\r\n");
 }
 
-TEST(TableTest, ColumnsAlignByDisplayWidth) {
+// Columns align by display width; long cells end in an ellipsis at the
+// maximum width.
+TEST(TableTest, ColumnsAlignByDisplayWidthAndLongCellsAreCut) {
    EXPECT_EQ(MlagTool::displayWidth("Zürich"), 6u);          // two-byte ü: one column
    EXPECT_EQ(MlagTool::displayWidth("東京"), 4u);            // wide: two each
    EXPECT_EQ(MlagTool::displayWidth("e\u0301te\u0301"), 3u); // combining acute: none
    EXPECT_EQ(MlagTool::displayWidth("\U0001F600"), 2u);
+   const std::string forty(40, 'a');
+   EXPECT_EQ(MlagTool::fitted(forty, 40), forty);
+   EXPECT_EQ(MlagTool::fitted(forty + "b", 40), std::string(39, 'a') + "…");
+   // A wide character that would end past the limit goes whole.
+   EXPECT_EQ(MlagTool::fitted("aa東京", 4), "aa…");
+   EXPECT_EQ(MlagTool::fitted("aa東京", 5), "aa東…");
+   // A combining mark stays with its character.
+   EXPECT_EQ(MlagTool::fitted("ae\u0301bc", 3), "ae\u0301…");
+
    Table t({"x", "y"});
    t.rowIs({"Zürich", "1"});
    t.rowIs({"東京", "2"});
@@ -68,28 +77,10 @@ TEST(TableTest, ColumnsAlignByDisplayWidth) {
              "Zürich  1\n"
              "東京    2\n"
              "cafe\u0301    3\n");
-}
-
-TEST(TableTest, LongCellsEndInAnEllipsisAtTheMaximumWidth) {
-   const std::string forty(40, 'a');
-   EXPECT_EQ(MlagTool::fitted(forty, 40), forty);
-   EXPECT_EQ(MlagTool::fitted(forty + "b", 40), std::string(39, 'a') + "…");
-   // A wide character that would end past the limit goes whole.
-   EXPECT_EQ(MlagTool::fitted("aa東京", 4), "aa…");
-   EXPECT_EQ(MlagTool::fitted("aa東京", 5), "aa東…");
-   // A combining mark stays with its character.
-   EXPECT_EQ(MlagTool::fitted("ae\u0301bc", 3), "ae\u0301…");
-
-   Table t({"v", "s"});
-   t.rowIs({std::string(50, 'x'), "ok"});
-   EXPECT_EQ(t.render(false), "v" + std::string(41, ' ') + "s\n" + std::string(40, '-') + "  --\n" +
-                                 std::string(39, 'x') + "…  ok\n");
-}
-
-TEST(TableTest, RowOfTheWrongWidthIsRefused) {
-   Table t({"a", "b"});
-   EXPECT_THROW(t.rowIs({"only one"}), std::invalid_argument);
-   EXPECT_EQ(t.rows(), 0u);
+   Table cut({"v", "s"});
+   cut.rowIs({std::string(50, 'x'), "ok"});
+   EXPECT_EQ(cut.render(false), "v" + std::string(41, ' ') + "s\n" + std::string(40, '-') +
+                                   "  --\n" + std::string(39, 'x') + "…  ok\n");
 }
 
 } // namespace

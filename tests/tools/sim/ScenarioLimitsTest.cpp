@@ -54,58 +54,68 @@ TEST(ScenarioLimitsTest, NestingIsAtMost64LevelsDeep) {
    EXPECT_EQ(errorOf(deep), "s.json: " + at + ": nesting deeper than 64 levels");
 }
 
-TEST(ScenarioLimitsTest, NamesAndTextsAreAtMost64KiB) {
+// Names, texts and numbers within and past their limits.
+TEST(ScenarioLimitsTest, NamesTextsAndNumbersWithinTheirLimits) {
    const std::string limit(65536, 'n');
-   EXPECT_EQ(errorOf(withValue("\"" + limit + "\": \"" + limit + "\"")), "(accepted)");
-   EXPECT_EQ(errorOf(withValue("\"" + limit + "n\": 1")),
-             "s.json: /switches/0/config/p: a member name of 65537 bytes, longer than the limit "
-             "of 65536");
-   EXPECT_EQ(errorOf(withValue("\"t\": \"" + limit + "n\"")),
-             "s.json: /switches/0/config/p/t: a text of 65537 bytes, longer than the limit of "
-             "65536");
-}
-
-TEST(ScenarioLimitsTest, NumbersAreIntegersOf64Bits) {
    const std::string range =
       ": expected an integer from -9223372036854775808 to 9223372036854775807, found ";
-   const std::string at = "s.json: /switches/0/config/p/n";
+   const std::string at = "s.json: /switches/0/config/p";
    const std::pair< std::string, std::string > cases[] = {
-      {"9223372036854775807", "(accepted)"},
-      {"-9223372036854775808", "(accepted)"},
-      {"9223372036854775808", at + range + "9223372036854775808"},
-      {"-9223372036854775809", at + range + "-9223372036854775809"},
-      {"123456789012345678901234567890", at + range + "123456789012345678901234567890"},
-      {std::string(400, '9'), at + range + std::string(36, '9') + "..."},
-      {"1e999", at + ": expected an integer, found 1e999"},
-      {"-1e999", at + ": expected an integer, found -1e999"},
-      {"1e5", at + ": expected an integer, found 1e5"},
-      {"2.0", at + ": expected an integer, found 2.0"},
+      {"\"" + limit + "\": \"" + limit + "\"", "(accepted)"},
+      {"\"" + limit + "n\": 1",
+       at + ": a member name of 65537 bytes, longer than the limit of 65536"},
+      {"\"t\": \"" + limit + "n\"",
+       at + "/t: a text of 65537 bytes, longer than the limit of 65536"},
+      {R"("n": 9223372036854775807)", "(accepted)"},
+      {R"("n": -9223372036854775808)", "(accepted)"},
+      {R"("n": 9223372036854775808)", at + "/n" + range + "9223372036854775808"},
+      {R"("n": -9223372036854775809)", at + "/n" + range + "-9223372036854775809"},
+      {R"("n": 123456789012345678901234567890)",
+       at + "/n" + range + "123456789012345678901234567890"},
+      {R"("n": )" + std::string(400, '9'), at + "/n" + range + std::string(36, '9') + "..."},
+      {R"("n": 1e999)", at + "/n: expected an integer, found 1e999"},
+      {R"("n": -1e999)", at + "/n: expected an integer, found -1e999"},
+      {R"("n": 1e5)", at + "/n: expected an integer, found 1e5"},
+      {R"("n": 2.0)", at + "/n: expected an integer, found 2.0"},
+      // An escaped NUL is text like any other.
+      {R"("t": "a\u0000b")", "(accepted)"},
    };
-   for (const auto & [number, error] : cases) {
-      EXPECT_EQ(errorOf(withValue(R"("n": )" + number)), error) << number;
+   for (const auto & [member, error] : cases) {
+      EXPECT_EQ(errorOf(withValue(member)), error) << member.substr(0, 40);
    }
 }
 
+// Bad JSON names its line and column; the library's own prefix goes, what is
+// not printable is escaped.
 TEST(ScenarioLimitsTest, BadTextGivesOneCleanLine) {
-   // The library's own prefix goes; what is not printable is escaped.
-   EXPECT_EQ(errorOf("{\"description\": \"a\xff\"}"),
-             "s.json: line 1, column 19: syntax error while parsing value - invalid string: "
-             "ill-formed UTF-8 byte; last read: '\"a\\xff'");
+   const std::string syntax = "s.json: line 1, column ";
    const std::string nul = ": a NUL byte, which JSON allows nowhere (in a string, write \\u0000)";
-   EXPECT_EQ(errorOf(std::string("{\"description\": \"a\0b\"}", 22)),
-             "s.json: line 1, column 19" + nul);
-   EXPECT_EQ(errorOf(std::string("{}\n \0]", 6)), "s.json: line 2, column 2" + nul);
-   // An escaped NUL or newline is text like any other; messages show it escaped.
-   EXPECT_EQ(errorOf(withValue(R"("t": "a\u0000b")")), "(accepted)");
-   EXPECT_EQ(errorOf(R"({"plugins": {"a\u0000b": {}, "a\u0000b": {}}})"),
-             "s.json: /plugins/a\\u0000b: duplicate member 'a\\u0000b'");
-   EXPECT_EQ(errorOf(R"({"plugins": {"a\nb": {}, "a\nb": {}}})"),
-             "s.json: /plugins/a\\u000ab: duplicate member 'a\\u000ab'");
-   // A long bad string is not repeated whole.
-   EXPECT_EQ(errorOf("[\"" + std::string(100, 'x') + "\xff\"]"),
-             "s.json: line 1, column 103: syntax error while parsing value - invalid string: "
-             "ill-formed UTF-8 byte; last read: '\"" +
-                std::string(35, 'x') + "...'");
+   const std::pair< std::string, std::string > cases[] = {
+      {"{\n  \"plugins\": {},\n  \"switches\": [,]\n}",
+       "s.json: line 3, column 16: syntax error while parsing value - unexpected ','; "
+       "expected '[', '{', or a literal"},
+      {"", syntax + "1: syntax error while parsing value - unexpected end of input; "
+                    "expected '[', '{', or a literal"},
+      {R"({"plugins": {"a": {}, "a": {}}})", "s.json: /plugins/a: duplicate member 'a'"},
+      {R"([{"x": 1}])", "s.json: top level: expected an object, found an array"},
+      {"{\"description\": \"a\xff\"}",
+       syntax + "19: syntax error while parsing value - invalid string: ill-formed UTF-8 byte; "
+                "last read: '\"a\\xff'"},
+      {std::string("{\"description\": \"a\0b\"}", 22), syntax + "19" + nul},
+      {std::string("{}\n \0]", 6), "s.json: line 2, column 2" + nul},
+      // An escaped NUL or newline shows escaped.
+      {R"({"plugins": {"a\u0000b": {}, "a\u0000b": {}}})",
+       "s.json: /plugins/a\\u0000b: duplicate member 'a\\u0000b'"},
+      {R"({"plugins": {"a\nb": {}, "a\nb": {}}})",
+       "s.json: /plugins/a\\u000ab: duplicate member 'a\\u000ab'"},
+      // A long bad string is not repeated whole.
+      {"[\"" + std::string(100, 'x') + "\xff\"]",
+       syntax +
+          "103: syntax error while parsing value - invalid string: ill-formed UTF-8 byte; "
+          "last read: '\"" +
+          std::string(35, 'x') + "...'"},
+   };
+   for (const auto & [text, error] : cases) EXPECT_EQ(errorOf(text), error) << text;
 }
 
 // Linux: a sparse file of all zero bytes, an endless device, a directory.
