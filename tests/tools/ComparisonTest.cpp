@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Report.h"
+#include "ResultRows.h"
+#include "SetSummary.h"
 
 namespace {
 
@@ -290,5 +294,152 @@ TEST(ComparisonTest, SummaryReportAndExitStatusTellOneStory) {
 }
 
 } // namespace orientation
+
+// One switch's results in the result JSON's shape, keys deliberately out of
+// order where the JSON object would sort them anyway.
+nlohmann::json switchResult() {
+   return nlohmann::json::parse(R"({
+      "name": "A",
+      "plugins": {
+         "vlan": { "global": {}, "interface": {}, "record": {} },
+         "lacp": {
+            "global": {
+               "system priority": { "groupId": "", "local": "32768", "peer": "32768" },
+               "allowed vlan 20": { "groupId": "", "local": "active", "peer": "" },
+               "nothing to compare": { "groupId": "", "local": "", "peer": "" }
+            },
+            "interface": {
+               "mtu mlag10": {
+                  "Port-Channel10": { "default": "1500", "local": "", "peer": "1500" },
+                  "PeerPort-Channel20": { "default": "", "local": "", "peer": "9000" }
+               },
+               "lacp mode mlag10": {
+                  "Port-Channel10": { "default": "", "local": "active", "peer": "passive" }
+               },
+               "empty table": {}
+            },
+            "record": {}
+         }
+      }
+   })");
+}
+
+// The verdict rules themselves are tabled above.
+TEST(ResultRowsTest, GlobalRowsFirstThenInterfaceRowsSorted) {
+   std::vector< MlagTool::PluginRows > plugins = MlagTool::resultRows(switchResult());
+   ASSERT_EQ(plugins.size(), 2u);
+   EXPECT_EQ(plugins[0].plugin, "lacp");
+   EXPECT_TRUE(plugins[1].rows.empty());
+
+   std::vector< std::string > rows;
+   for (const MlagTool::Row & r : plugins[0].rows) {
+      rows.push_back(r.parameter + " | " + r.interface + " | " + r.local + " | " + r.peer + " | " +
+                     MlagTool::verdictText(r.status));
+   }
+   EXPECT_EQ(rows, (std::vector< std::string >{
+                      "allowed vlan 20 |  | active |  | onlyOnFirst",
+                      "system priority |  | 32768 | 32768 | agree",
+                      "lacp mode mlag10 | Port-Channel10 | active | passive | differ",
+                      // The local side holds the default.
+                      "mtu mlag10 | Port-Channel10 |  | 1500 | agree",
+                      // A provisional key becomes its interface, only on the peer.
+                      "mtu mlag10 | Port-Channel20 |  | 9000 | onlyOnSecond"}));
+}
+
+TEST(ResultRowsTest, AppliedDefaultIsTheRecordedOneElseTheDescriptorsWithOverrides) {
+   MlagTool::CatalogEntry fallback;
+   fallback.defaultVal = "true";
+   fallback.overrides = {{"true", "enabled"}, {"1500", "jumbo"}, {"", "none"}};
+   MlagTool::CatalogEntry none = fallback;
+   none.defaultVal = "";
+   struct Case {
+      const char * recorded;
+      const MlagTool::CatalogEntry * descriptor;
+      const char * applied;
+   };
+   const Case cases[] = {{"", nullptr, ""},
+                         {"", &none, ""},                // no default: nothing to replace
+                         {"1500", nullptr, "1500"},      // no descriptor: no override either
+                         {"", &fallback, "enabled"},     // provisional or global: the descriptor's
+                         {"true", &fallback, "enabled"}, // recorded raw, compared overridden
+                         {"1500", &fallback, "jumbo"},   // the recorded one wins
+                         {"false", &fallback, "false"}}; // no override for it
+   for (const Case & c : cases) {
+      EXPECT_EQ(MlagTool::appliedDefault(c.recorded, c.descriptor), c.applied) << c.recorded;
+   }
+}
+
+TEST(ResultRowsTest, MissingTablesAreBadInput) {
+   nlohmann::json bad = {{"name", "A"},
+                         {"plugins", {{"lacp", {{"global", nlohmann::json::object()}}}}}};
+   EXPECT_THROW(MlagTool::resultRows(bad), nlohmann::json::exception);
+}
+
+using MlagTool::Row;
+using MlagTool::Scope;
+
+Row member(const char * collection, const char * key, Scope scope, const char * where,
+           const char * local, const char * peer, const char * defaultVal = "") {
+   Row r;
+   r.parameter = std::string(key) + " " + collection;
+   r.local = local;
+   r.peer = peer;
+   r.defaultVal = defaultVal;
+   r.status = *MlagTool::verdict(local, peer, defaultVal);
+   r.name.scope = scope;
+   r.name.name = collection;
+   r.name.member = key;
+   if (scope == Scope::group) r.name.group = where;
+   if (scope == Scope::interface || scope == Scope::mlagId) r.interface = where;
+   if (scope == Scope::mlagId) r.name.mlagId = "10";
+   return r;
+}
+
+TEST(SetSummaryTest, OneLinePerCollectionAndScopeWithMembersInNaturalOrder) {
+   std::vector< Row > rows = {
+      member("allowed vlan", "40", Scope::mlagId, "Port-Channel10", "allowed", ""),
+      member("allowed vlan", "100", Scope::mlagId, "Port-Channel10", "allowed", "allowed"),
+      member("allowed vlan", "9", Scope::mlagId, "Port-Channel10", "allowed", "allowed"),
+      member("allowed vlan", "30", Scope::mlagId, "Port-Channel10", "allowed", ""),
+      member("allowed vlan", "50", Scope::mlagId, "Port-Channel10", "", "allowed"),
+      member("allowed vlan", "60", Scope::mlagId, "Port-Channel10", "allowed", "denied"),
+      // Same collection elsewhere: its own line.
+      member("allowed vlan", "10", Scope::mlagId, "Port-Channel20", "allowed", "allowed"),
+      member("priority", "10", Scope::global, "", "4096", "4096"),
+      member("priority", "20", Scope::global, "", "", "8192", "4096"),
+      member("member", "Ethernet10", Scope::group, "vlan10", "on", "on"),
+      member("member", "Ethernet2", Scope::group, "vlan10", "on", "on"),
+      member("speed", "1", Scope::interface, "Ethernet1", "", "", "auto")};
+   Row scalar;
+   scalar.parameter = "mtu";
+   scalar.name.name = "mtu";
+   scalar.status = MlagTool::Status::differ;
+   rows.push_back(scalar); // not a member: no line
+
+   std::vector< std::string > lines;
+   for (const MlagTool::SetSummary & s : MlagTool::setSummaries(rows)) {
+      lines.push_back(s.line("A", "B"));
+   }
+   EXPECT_EQ(lines, (std::vector< std::string >{
+                       "allowed vlan on Port-Channel10 (mlag10): 2 agree; differ: 60 (allowed vs "
+                       "denied); only on A: 30, 40; only on B: 50",
+                       "allowed vlan on Port-Channel20 (mlag10): all 1 agree",
+                       "priority: 1 agree; differ: 20 (4096 vs 8192)",
+                       "member in group vlan10: all 2 agree", "speed on Ethernet1: all 1 agree"}));
+
+   const std::vector< MlagTool::SetSummary > sets = MlagTool::setSummaries(rows);
+   EXPECT_EQ(sets[0].agree, (std::vector< std::string >{"9", "100"}));
+   EXPECT_TRUE(sets[0].hasMismatch());
+   EXPECT_FALSE(sets[1].hasMismatch());
+   EXPECT_EQ(sets[3].agree, (std::vector< std::string >{"Ethernet2", "Ethernet10"}));
+}
+
+TEST(SetSummaryTest, NaturalOrderPutsNumbersByValueAndTextByteWise) {
+   std::vector< std::string > keys = {"10",  "9",         "Ethernet1/10", "Ethernet1/9", "a",  "",
+                                      "010", "Ethernet2", "b1",           "b01",         "1a", "1"};
+   std::sort(keys.begin(), keys.end(), MlagTool::naturalLess);
+   EXPECT_EQ(keys, (std::vector< std::string >{"", "1", "1a", "9", "010", "10", "Ethernet1/9",
+                                               "Ethernet1/10", "Ethernet2", "a", "b01", "b1"}));
+}
 
 } // namespace

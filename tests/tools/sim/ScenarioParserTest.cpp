@@ -1,7 +1,13 @@
+// The scenario loader: the example scenario read back; bad input, names the
+// checker could not tell apart and input past the limits refused in one line
+// naming the file, the place and what was expected.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
 #include "ExampleScenario.h"
-#include "ScenarioErrorOf.h"
 #include "sim/Pair.h"
 #include "sim/Scenario.h"
 #include "soak/Soak.h"
@@ -10,22 +16,31 @@ namespace {
 
 using nlohmann::json;
 
-using MlagSimTest::errorOf;
+// What the loader says: its one error line, or "(accepted)".
+template < class Load >
+std::string errorLine(Load load) {
+   try {
+      load();
+   } catch (const MlagSim::ScenarioError & e) {
+      return e.what();
+   }
+   return "(accepted)";
+}
+
+std::string errorOf(std::string_view text) {
+   return errorLine([&] { MlagSim::parseScenario(text, "s.json"); });
+}
 
 TEST(ScenarioParserTest, ReadsTheExampleScenario) {
    const MlagSim::Scenario s = MlagSim::parseScenario(MlagSimTest::exampleScenario, "ex.json");
+   // The rest of it shows in the pair's results (PairTest's example run).
    EXPECT_EQ(s.description, "free text, optional");
-   EXPECT_EQ(s.switches[0].name, "A");
-   EXPECT_EQ(s.switches[1].mlag.at("Port-Channel10"), "10");
-   EXPECT_EQ(s.plugins["lacp"]["attrName"]["systemPriority"], "LACP system priority");
    std::vector< std::string > steps;
    for (const MlagSim::Step & step : s.steps) steps.push_back(step.describe());
    EXPECT_EQ(steps,
              (std::vector< std::string >{
                 "A: set lacp intfConfig/Port-Channel10/mode = 'passive'", "B: delete lacp vlan/20",
                 "B: set mlag Port-Channel10 = '11'", "A: delete mlag Port-Channel10"}));
-   EXPECT_TRUE(s.steps[1].isDelete);
-   EXPECT_TRUE(s.steps[1].value.is_null());
 }
 
 // One edit of the example scenario: `json` put at the pointer `at`, where a
@@ -174,6 +189,284 @@ TEST(ScenarioParserTest, EmptyCollectionKeysRunThroughThePair) {
                                    MlagSim::FaultMode::machineRestart}) {
       EXPECT_EQ(MlagSim::checkScenario(doc, mode, 1), "") << MlagSim::faultModeName(mode);
    }
+}
+
+// The loader's limits and failure classes: each ends in one ScenarioError
+// line naming the file and the place, never in a crash, a cut or a multi-line
+// message, and the limits hold while reading, before any tree is built.
+std::string loadError(const std::string & path) {
+   return errorLine([&] { MlagSim::loadScenario(path); });
+}
+
+// A valid scenario with `member` added to switch A's configuration of p.
+std::string withValue(const std::string & member) {
+   return R"({"plugins": {"p": {}}, "switches": [{"name": "A", "config": {"p": {)" + member +
+          R"(}}}, {"name": "B"}]})";
+}
+
+// A chain of `n` structured values under attribute s: the scenario's own
+// nesting is 5 deep at p's entity, so the chain ends at depth 5 + n.
+std::string structChain(std::size_t n) {
+   std::string text;
+   for (std::size_t i = 0; i < n; ++i) text += R"({"@type": "T", "f": )";
+   text += "1";
+   for (std::size_t i = 0; i < n; ++i) text += "}";
+   return withValue(R"("s": )" + text);
+}
+
+TEST(ScenarioLimitsTest, NestingIsAtMost64LevelsDeep) {
+   EXPECT_EQ(errorOf(structChain(59)), "(accepted)");
+   std::string deepest = "/switches/0/config/p/s";
+   for (int i = 0; i < 59; ++i) deepest += "/f";
+   EXPECT_EQ(errorOf(structChain(60)), "s.json: " + deepest + ": nesting deeper than 64 levels");
+
+   // 20,000 levels stop at the 65th, before any tree is built.
+   const std::string deep = std::string(20000, '[') + std::string(20000, ']');
+   std::string at;
+   for (int i = 0; i < 64; ++i) at += "/0";
+   EXPECT_EQ(errorOf(deep), "s.json: " + at + ": nesting deeper than 64 levels");
+}
+
+// Names, texts and numbers within and past their limits.
+TEST(ScenarioLimitsTest, NamesTextsAndNumbersWithinTheirLimits) {
+   const std::string limit(65536, 'n');
+   const std::string range =
+      ": expected an integer from -9223372036854775808 to 9223372036854775807, found ";
+   const std::string at = "s.json: /switches/0/config/p";
+   const std::pair< std::string, std::string > cases[] = {
+      {"\"" + limit + "\": \"" + limit + "\"", "(accepted)"},
+      {"\"" + limit + "n\": 1",
+       at + ": a member name of 65537 bytes, longer than the limit of 65536"},
+      {"\"t\": \"" + limit + "n\"",
+       at + "/t: a text of 65537 bytes, longer than the limit of 65536"},
+      {R"("n": 9223372036854775807)", "(accepted)"},
+      {R"("n": -9223372036854775808)", "(accepted)"},
+      {R"("n": 9223372036854775808)", at + "/n" + range + "9223372036854775808"},
+      {R"("n": -9223372036854775809)", at + "/n" + range + "-9223372036854775809"},
+      {R"("n": 123456789012345678901234567890)",
+       at + "/n" + range + "123456789012345678901234567890"},
+      {R"("n": )" + std::string(400, '9'), at + "/n" + range + std::string(36, '9') + "..."},
+      {R"("n": 1e999)", at + "/n: expected an integer, found 1e999"},
+      {R"("n": -1e999)", at + "/n: expected an integer, found -1e999"},
+      {R"("n": 1e5)", at + "/n: expected an integer, found 1e5"},
+      {R"("n": 2.0)", at + "/n: expected an integer, found 2.0"},
+      // An escaped NUL is text like any other.
+      {R"("t": "a\u0000b")", "(accepted)"},
+   };
+   for (const auto & [member, error] : cases) {
+      EXPECT_EQ(errorOf(withValue(member)), error) << member.substr(0, 40);
+   }
+}
+
+// Bad JSON names its line and column; the library's own prefix goes, what is
+// not printable is escaped.
+TEST(ScenarioLimitsTest, BadTextGivesOneCleanLine) {
+   const std::string syntax = "s.json: line 1, column ";
+   const std::string nul = ": a NUL byte, which JSON allows nowhere (in a string, write \\u0000)";
+   const std::pair< std::string, std::string > cases[] = {
+      {"{\n  \"plugins\": {},\n  \"switches\": [,]\n}",
+       "s.json: line 3, column 16: syntax error while parsing value - unexpected ','; "
+       "expected '[', '{', or a literal"},
+      {"", syntax + "1: syntax error while parsing value - unexpected end of input; "
+                    "expected '[', '{', or a literal"},
+      {R"({"plugins": {"a": {}, "a": {}}})", "s.json: /plugins/a: duplicate member 'a'"},
+      {R"([{"x": 1}])", "s.json: top level: expected an object, found an array"},
+      {"{\"description\": \"a\xff\"}",
+       syntax + "19: syntax error while parsing value - invalid string: ill-formed UTF-8 byte; "
+                "last read: '\"a\\xff'"},
+      {std::string("{\"description\": \"a\0b\"}", 22), syntax + "19" + nul},
+      {std::string("{}\n \0]", 6), "s.json: line 2, column 2" + nul},
+      // An escaped NUL or newline shows escaped.
+      {R"({"plugins": {"a\u0000b": {}, "a\u0000b": {}}})",
+       "s.json: /plugins/a\\u0000b: duplicate member 'a\\u0000b'"},
+      {R"({"plugins": {"a\nb": {}, "a\nb": {}}})",
+       "s.json: /plugins/a\\u000ab: duplicate member 'a\\u000ab'"},
+      // A long bad string is not repeated whole.
+      {"[\"" + std::string(100, 'x') + "\xff\"]",
+       syntax +
+          "103: syntax error while parsing value - invalid string: ill-formed UTF-8 byte; "
+          "last read: '\"" +
+          std::string(35, 'x') + "...'"},
+   };
+   for (const auto & [text, error] : cases) EXPECT_EQ(errorOf(text), error) << text;
+}
+
+// Linux: a sparse file of all zero bytes, an endless device, a directory.
+TEST(ScenarioLimitsTest, FilesTooLargeUnreadableOrOddlyNamedGiveOneLine) {
+   const std::string big = ::testing::TempDir() + "scenario-limits-test.json",
+                     odd = ::testing::TempDir() + "two\nlines.json";
+   { std::ofstream(odd) << "[]"; }
+   { std::ofstream file(big); }
+   std::filesystem::resize_file(big, 64 * 1024 * 1024 + 1);
+   const std::string tooLarge = ": larger than the limit of 67108864 bytes (64 MiB)";
+   EXPECT_EQ(loadError(big), big + tooLarge);
+   EXPECT_EQ(loadError("/dev/zero"), "/dev/zero" + tooLarge);
+   EXPECT_EQ(loadError("/"), "/: cannot read: Is a directory");
+   EXPECT_EQ(loadError("/nonexistent/scenario.json"),
+             "/nonexistent/scenario.json: cannot open: No such file or directory");
+   // The path in a message stays on one line.
+   EXPECT_EQ(
+      loadError(odd),
+      ::testing::TempDir() + "two\\u000alines.json: top level: expected an object, found an array");
+   std::remove(big.c_str());
+   std::remove(odd.c_str());
+}
+
+// Scenarios whose names the checker could not tell apart are refused, in the
+// file and in the steps; the expected lines follow the checker's naming: a
+// scalar files under its display name, a member as "<key> <display name>", a
+// group's values with " <group>" added, an MLAG-only interface's with
+// " mlag<id>", and nothing at all for an MLAG-only interface without an id.
+
+// Plugin p: scalars a and b, value collection vlan, groups that may nest
+// members, and MLAG-only interface configurations.
+const char * const base = R"({
+  "plugins": { "p": {
+    "attrName": { "a": "A", "b": "B" },
+    "collectionName": { "vlan": "vlan" },
+    "nestedConfigCheckDesc": {
+      "groups": { "attrName": { "x": "x" },
+                  "nestedConfigCheckDesc": { "members": { "attrName": { "mode": "mode" } } } },
+      "intf": { "mlagInterfacesOnly": true, "attrName": { "mode": "M", "speed": "S" },
+                "collectionName": { "vlan": "vlan" } } } } },
+  "switches": [ { "name": "L", "config": { "p": {} } }, { "name": "R" } ],
+  "steps": []
+})";
+
+void replaceAll(std::string & text, const std::string & mark, const std::string & by) {
+   for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; at += by.size())
+      text.replace(at, mark.size(), by);
+}
+
+// Marks shared by the edits and the expected lines: "$" stands for L's
+// configuration of p, "%intf" and "%" for descriptors of p, "{L " opens a
+// step changing L's p, "{L1 " and "{R1 " one changing a switch's MLAG id of
+// Ethernet1, "<key>" and "<name>" the advice on keys and names.
+std::string expanded(std::string text) {
+   const std::pair< std::string, std::string > marks[] = {
+      {"$", "/switches/0/config/p"},
+      {"%intf", "/plugins/p/nestedConfigCheckDesc/intf"},
+      {"%", "/plugins/p"},
+      {"{L ", R"({"switch": "L", "plugin": "p", )"},
+      {"{L1 ", R"({"switch": "L", "mlag": "Ethernet1", )"},
+      {"{R1 ", R"({"switch": "R", "mlag": "Ethernet1", )"},
+      {"<key>",
+       ": the checker knows a nested configuration by its key alone; give it another key, or "
+       "list members in a value collection of the group (collectionName) rather than as nested "
+       "configurations"},
+      {"<name>",
+       ": the checker would keep only one of the two values; change a display name (attrName, "
+       "collectionName) so that they differ"}};
+   for (const auto & [mark, by] : marks) replaceAll(text, mark, by);
+   return text;
+}
+
+struct Case {
+   const char * what;
+   const char * edits; // a JSON object of pointers and the values put there, in order
+   const char * error; // empty: accepted; else the line after "s.json: "
+};
+
+void expectCases(const std::vector< Case > & cases) {
+   for (const Case & c : cases) {
+      json doc = json::parse(base);
+      const nlohmann::ordered_json edits = nlohmann::ordered_json::parse(expanded(c.edits));
+      for (const auto & [at, value] : edits.items()) doc[json::json_pointer(at)] = value;
+      EXPECT_EQ(errorOf(doc.dump()),
+                *c.error ? expanded("s.json: " + std::string(c.error)) : "(accepted)")
+         << c.what;
+   }
+}
+
+TEST(ScenarioClashTest, NamesAndKeysInTheFile) {
+   expectCases({
+      {"two scalars, one display name", R"({"%/attrName/b": "A"})",
+       "$/b: results entry 'A' is already used by $/a<name>"},
+      {"a display name equal to a member's name",
+       R"({"%/attrName/a": "10 vlan", "$/vlan": {"10": "on"}})",
+       "$/vlan/10: results entry '10 vlan' is already used by $/a<name>"},
+      {"a top-level name equal to a group's", R"({"%/attrName/a": "x g1", "$/groups": {"g1": {}}})",
+       "$/groups/g1/x: results entry 'x g1' is already used by $/a<name>"},
+      {"a group named Local files without a suffix",
+       R"({"%/attrName/a": "x", "$/groups": {"Local": {}}})",
+       "$/groups/Local/x: results entry 'x' is already used by $/a<name>"},
+      {"empty display names name nothing", R"({"%/attrName/a": "", "%/attrName/b": ""})", ""},
+      {"one interface in two groups",
+       R"({"$/groups": {"g1": {"members": {"Ethernet1": {}}}, "g2": {"members": {"Ethernet1": {}}}}})",
+       "$/groups/g2/members/Ethernet1: nested configuration key 'Ethernet1' is already used at "
+       "$/groups/g1/members/Ethernet1<key>"},
+      {"a key reused one level down", R"({"$/groups": {"g1": {"members": {"g1": {}}}}})",
+       "$/groups/g1/members/g1: nested configuration key 'g1' is already used at $/groups/g1<key>"},
+      {"a key in two nested collections, though the second files nothing",
+       R"({"$/groups": {"Ethernet2": {}}, "$/intf": {"Ethernet2": {}}})",
+       "$/intf/Ethernet2: nested configuration key 'Ethernet2' is already used at "
+       "$/groups/Ethernet2<key>"},
+      {"an MLAG-only interface without an id files nothing",
+       R"({"%intf/attrName/speed": "M", "$/intf": {"Ethernet1": {}}})", ""},
+      {"with an id it files both under one name",
+       R"({"%intf/attrName/speed": "M", "$/intf": {"Ethernet1": {}},
+           "/switches/0/mlag": {"Ethernet1": "7"}})",
+       "$/intf/Ethernet1/speed: results entry 'M mlag7' of interface 'Ethernet1' is already used "
+       "by $/intf/Ethernet1/mode<name>"},
+      {"two interfaces file the same names apart",
+       R"({"$/intf": {"Ethernet1": {}, "Ethernet2": {}},
+           "/switches/0/mlag": {"Ethernet1": "7", "Ethernet2": "7"}})",
+       ""},
+      {"the other switch is checked alike, an empty entity included",
+       R"({"%/attrName/b": "A", "/switches/0/config": {}})",
+       "$/b: results entry 'A' is already used by $/a<name>"},
+      {"an empty MLAG id", R"({"/switches/1/mlag": {"Ethernet1": ""}})",
+       "/switches/1/mlag/Ethernet1: expected a non-empty MLAG id (leave the interface out of "
+       "'mlag' instead)"},
+   });
+}
+
+TEST(ScenarioClashTest, WhatStepsCreateRemoveAndRename) {
+   expectCases({
+      {"a step adds an interface to a second group",
+       R"({"$/groups": {"g1": {"members": {"Ethernet1": {}}}},
+           "/steps": [{L "path": ["groups", "g2"], "set": {"members": {"Ethernet1": {}}}}]})",
+       "/steps/0/set/members/Ethernet1: nested configuration key 'Ethernet1' is already used at "
+       "$/groups/g1/members/Ethernet1<key>"},
+      {"a step adds a member whose name a scalar has",
+       R"({"%/attrName/a": "10 vlan", "/steps": [{L "path": ["vlan", "10"], "set": 1}]})",
+       "/steps/0/set: results entry '10 vlan' is already used by $/a<name>"},
+      {"a removed group frees its keys and names",
+       R"({"$/groups": {"g1": {"members": {"Ethernet1": {}}}}, "%/attrName/a": "x g2", "/steps": [
+           {L "path": ["groups", "g1"], "delete": true},
+           {L "path": ["groups", "g1"], "set": {"members": {"g2": {}}}},
+           {L "path": ["groups", "g1"], "delete": true},
+           {L "path": ["groups", "Ethernet1"], "set": {}}]})",
+       ""},
+      {"a step reuses a key the other switch holds",
+       R"({"/switches/1/config": {"p": {"groups": {"g1": {}}}},
+           "/steps": [{L "path": ["groups", "g1"], "set": {}}]})",
+       ""},
+      // From here on, Ethernet1's mode and its member 10 of vlan both file as "10 vlan".
+      {"an MLAG id makes two names one",
+       R"({"%intf/attrName/mode": "10 vlan", "$/intf": {"Ethernet1": {"vlan": {"10": "on"}}},
+           "/steps": [{R1 "set": "5"}, {L1 "set": "5"}]})",
+       "/steps/1: with MLAG id '5', $/intf/Ethernet1/vlan/10 and $/intf/Ethernet1/mode would share "
+       "results entry '10 vlan mlag5' of interface 'Ethernet1'<name>"},
+      {"without the id the same member files nothing",
+       R"({"%intf/attrName/mode": "10 vlan", "$/intf": {"Ethernet1": {}},
+           "/switches/0/mlag": {"Ethernet1": "4"}, "/steps": [{L1 "delete": true},
+           {L "path": ["intf", "Ethernet1", "vlan", "10"], "set": "on"}]})",
+       ""},
+      {"what a step added is named by the step when an id files it",
+       R"({"%intf/attrName/mode": "10 vlan", "$/intf": {"Ethernet1": {}}, "/steps": [
+           {L "path": ["intf", "Ethernet1", "vlan", "10"], "set": "on"}, {L1 "set": "5"}]})",
+       "/steps/1: with MLAG id '5', /steps/0/set and $/intf/Ethernet1/mode would share results "
+       "entry '10 vlan mlag5' of interface 'Ethernet1'<name>"},
+      {"a changed id renames what is filed",
+       R"({"%intf/attrName/mode": "10 vlan", "$/intf": {"Ethernet1": {}},
+           "/switches/0/mlag": {"Ethernet1": "4"}, "/steps": [{L1 "set": "6"},
+           {L "path": ["intf", "Ethernet1", "vlan", "10"], "set": "on"}]})",
+       "/steps/1/set: results entry '10 vlan mlag6' of interface 'Ethernet1' is already used by "
+       "$/intf/Ethernet1/mode<name>"},
+      {"an empty MLAG id in a step", R"({"/steps": [{L1 "set": ""}]})",
+       "/steps/0/set: expected a non-empty MLAG id (delete the interface instead)"},
+   });
 }
 
 } // namespace
