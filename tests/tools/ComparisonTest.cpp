@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "Report.h"
 #include "ResultRows.h"
@@ -109,22 +110,6 @@ TEST(ComparisonTest, ReportJsonRowsCountsAndConsistency) {
    EXPECT_EQ(report["rows"][4]["provisional"], true);
    // Consistency and the exit rule also with one switch's own results at
    // odds: SummaryReportAndExitStatusTellOneStory.
-}
-
-// The people's view: the first switch's table under the switch names, an
-// empty value shown with its default, the summary, and a line for the second
-// switch's own results, which here hold more than the first's.
-TEST(ComparisonTest, ReportTablesTheFirstSwitchAndSummarisesTheSecondsOwnResults) {
-   EXPECT_EQ(MlagTool::report(pairResult(), {}),
-             "plugin mlag\n"
-             "parameter   interface       A     B                     status\n"
-             "----------  --------------  ----  --------------------  ------\n"
-             "peer link   -               Po1   Po1                   agree\n"
-             "mtu mlag10  Port-Channel10  9000  unset (default 1500)  differ\n"
-             "mtu mlag30  Port-Channel30  9214  unset (default 1500)  differ\n"
-             "\n"
-             "3 parameters: 1 agree, 2 differ, 0 only on one switch\n"
-             "in B's own results: 4 parameters: 1 agree, 1 differ, 2 only on one switch\n");
 }
 
 // Names and values reach the terminal escaped, in headings, tables and
@@ -352,20 +337,17 @@ TEST(ResultRowsTest, AppliedDefaultIsTheRecordedOneElseTheDescriptorsWithOverrid
    fallback.overrides = {{"true", "enabled"}, {"1500", "jumbo"}, {"", "none"}};
    MlagTool::CatalogEntry none = fallback;
    none.defaultVal = "";
-   struct Case {
-      const char * recorded;
-      const MlagTool::CatalogEntry * descriptor;
-      const char * applied;
-   };
-   const Case cases[] = {{"", nullptr, ""},
-                         {"", &none, ""},                // no default: nothing to replace
-                         {"1500", nullptr, "1500"},      // no descriptor: no override either
-                         {"", &fallback, "enabled"},     // provisional or global: the descriptor's
-                         {"true", &fallback, "enabled"}, // recorded raw, compared overridden
-                         {"1500", &fallback, "jumbo"},   // the recorded one wins
-                         {"false", &fallback, "false"}}; // no override for it
-   for (const Case & c : cases) {
-      EXPECT_EQ(MlagTool::appliedDefault(c.recorded, c.descriptor), c.applied) << c.recorded;
+   // The recorded default, the descriptor, and the default applied.
+   const std::tuple< const char *, const MlagTool::CatalogEntry *, const char * > cases[] = {
+      {"", nullptr, ""},
+      {"", &none, ""},                // no default: nothing to replace
+      {"1500", nullptr, "1500"},      // no descriptor: no override either
+      {"", &fallback, "enabled"},     // provisional or global: the descriptor's
+      {"true", &fallback, "enabled"}, // recorded raw, compared overridden
+      {"1500", &fallback, "jumbo"},   // the recorded one wins
+      {"false", &fallback, "false"}}; // no override for it
+   for (const auto & [recorded, descriptor, applied] : cases) {
+      EXPECT_EQ(MlagTool::appliedDefault(recorded, descriptor), applied) << recorded;
    }
 }
 
@@ -416,10 +398,9 @@ TEST(SetSummaryTest, OneLinePerCollectionAndScopeWithMembersInNaturalOrder) {
    scalar.status = MlagTool::Status::differ;
    rows.push_back(scalar); // not a member: no line
 
+   const std::vector< MlagTool::SetSummary > sets = MlagTool::setSummaries(rows);
    std::vector< std::string > lines;
-   for (const MlagTool::SetSummary & s : MlagTool::setSummaries(rows)) {
-      lines.push_back(s.line("A", "B"));
-   }
+   for (const MlagTool::SetSummary & s : sets) lines.push_back(s.line("A", "B"));
    EXPECT_EQ(lines, (std::vector< std::string >{
                        "allowed vlan on Port-Channel10 (mlag10): 2 agree; differ: 60 (allowed vs "
                        "denied); only on A: 30, 40; only on B: 50",
@@ -427,7 +408,6 @@ TEST(SetSummaryTest, OneLinePerCollectionAndScopeWithMembersInNaturalOrder) {
                        "priority: 1 agree; differ: 20 (4096 vs 8192)",
                        "member in group vlan10: all 2 agree", "speed on Ethernet1: all 1 agree"}));
 
-   const std::vector< MlagTool::SetSummary > sets = MlagTool::setSummaries(rows);
    EXPECT_EQ(sets[0].agree, (std::vector< std::string >{"9", "100"}));
    EXPECT_TRUE(sets[0].hasMismatch());
    EXPECT_FALSE(sets[1].hasMismatch());

@@ -44,12 +44,6 @@ TEST(SoakTest, ApplyingStepsToTheScenarioMatchesThePair) {
                {"switch": "B", "plugin": "p", "path": ["n", "g1", "x"], "set": 4},
                {"switch": "A", "mlag": "Port-Channel1", "set": "10"}]
    })");
-   json moved = scenario;
-   for (const json & step : scenario["steps"]) MlagSim::applyStepToSwitches(moved, step);
-   EXPECT_EQ(moved["switches"][0]["config"]["p"],
-             json::parse(R"({"a": null, "c": {"2": "v"}, "n": {}})"));
-   EXPECT_EQ(moved["switches"][0]["mlag"], json::parse(R"({"Port-Channel1": "10"})"));
-   EXPECT_EQ(moved["switches"][1]["config"]["p"]["n"], json::parse(R"({"g1": {"x": 4}})"));
    EXPECT_EQ(MlagSim::checkScenario(scenario, MlagSim::FaultMode::none, 1), "");
 }
 
@@ -62,7 +56,6 @@ TEST(SoakTest, EveryFaultModeRunsSeedsClean) {
          EXPECT_EQ(o.stepsRun, 15u);
       }
    }
-   EXPECT_FALSE(MlagSim::faultModeNamed("sometimes"));
    EXPECT_EQ(MlagSim::replayCommand({7, MlagSim::FaultMode::peerRestart, 30}),
              "mlag-sim-soak --seed 7 --mode peerRestart --steps 30");
    EXPECT_EQ(MlagSim::replayCommand({1, MlagSim::FaultMode::none, 5, true}),
