@@ -280,44 +280,23 @@ TEST(ComparisonTest, SummaryReportAndExitStatusTellOneStory) {
 
 } // namespace orientation
 
-// One switch's results in the result JSON's shape, keys deliberately out of
-// order where the JSON object would sort them anyway.
-nlohmann::json switchResult() {
-   return nlohmann::json::parse(R"({
-      "name": "A",
-      "plugins": {
-         "vlan": { "global": {}, "interface": {}, "record": {} },
-         "lacp": {
-            "global": {
-               "system priority": { "groupId": "", "local": "32768", "peer": "32768" },
-               "allowed vlan 20": { "groupId": "", "local": "active", "peer": "" },
-               "nothing to compare": { "groupId": "", "local": "", "peer": "" }
-            },
-            "interface": {
-               "mtu mlag10": {
-                  "Port-Channel10": { "default": "1500", "local": "", "peer": "1500" },
-                  "PeerPort-Channel20": { "default": "", "local": "", "peer": "9000" }
-               },
-               "lacp mode mlag10": {
-                  "Port-Channel10": { "default": "", "local": "active", "peer": "passive" }
-               },
-               "empty table": {}
-            },
-            "record": {}
-         }
-      }
-   })");
-}
-
-// The verdict rules themselves are tabled above.
+// One switch's results in the result JSON's shape. (An entry with nothing to
+// compare leaves no row: EitherSwitchFirstGivesTheSameVerdicts.)
 TEST(ResultRowsTest, GlobalRowsFirstThenInterfaceRowsSorted) {
-   std::vector< MlagTool::PluginRows > plugins = MlagTool::resultRows(switchResult());
-   ASSERT_EQ(plugins.size(), 2u);
-   EXPECT_EQ(plugins[0].plugin, "lacp");
-   EXPECT_TRUE(plugins[1].rows.empty());
-
+   const nlohmann::json result = nlohmann::json::parse(R"({"name": "A", "plugins": {"lacp": {
+      "global": {
+         "system priority": { "groupId": "", "local": "32768", "peer": "32768" },
+         "allowed vlan 20": { "groupId": "", "local": "active", "peer": "" } },
+      "interface": {
+         "mtu mlag10": {
+            "Port-Channel10": { "default": "1500", "local": "", "peer": "1500" },
+            "PeerPort-Channel20": { "default": "", "local": "", "peer": "9000" } },
+         "lacp mode mlag10": {
+            "Port-Channel10": { "default": "", "local": "active", "peer": "passive" } } },
+      "record": {} }}})");
+   const std::vector< MlagTool::PluginRows > plugins = MlagTool::resultRows(result);
    std::vector< std::string > rows;
-   for (const MlagTool::Row & r : plugins[0].rows) {
+   for (const MlagTool::Row & r : plugins.at(0).rows) {
       rows.push_back(r.parameter + " | " + r.interface + " | " + r.local + " | " + r.peer + " | " +
                      MlagTool::verdictText(r.status));
    }
@@ -327,7 +306,8 @@ TEST(ResultRowsTest, GlobalRowsFirstThenInterfaceRowsSorted) {
                       "lacp mode mlag10 | Port-Channel10 | active | passive | differ",
                       // The local side holds the default.
                       "mtu mlag10 | Port-Channel10 |  | 1500 | agree",
-                      // A provisional key becomes its interface, only on the peer.
+                      // A provisional key becomes its interface, only on the peer, and
+                      // sorts as that interface.
                       "mtu mlag10 | Port-Channel20 |  | 9000 | onlyOnSecond"}));
 }
 
@@ -362,19 +342,12 @@ using MlagTool::Scope;
 
 Row member(const char * collection, const char * key, Scope scope, const char * where,
            const char * local, const char * peer, const char * defaultVal = "") {
-   Row r;
-   r.parameter = std::string(key) + " " + collection;
-   r.local = local;
-   r.peer = peer;
-   r.defaultVal = defaultVal;
-   r.status = *MlagTool::verdict(local, peer, defaultVal);
-   r.name.scope = scope;
-   r.name.name = collection;
-   r.name.member = key;
-   if (scope == Scope::group) r.name.group = where;
-   if (scope == Scope::interface || scope == Scope::mlagId) r.interface = where;
-   if (scope == Scope::mlagId) r.name.mlagId = "10";
-   return r;
+   const bool onInterface = scope == Scope::interface || scope == Scope::mlagId;
+   const MlagTool::ParamName name{scope, collection, key, scope == Scope::group ? where : "",
+                                  scope == Scope::mlagId ? "10" : ""};
+   const auto status = *MlagTool::verdict(local, peer, defaultVal);
+   const std::string parameter = std::string(key) + " " + collection;
+   return {parameter, onInterface ? where : "", local, peer, status, defaultVal, false, name};
 }
 
 TEST(SetSummaryTest, OneLinePerCollectionAndScopeWithMembersInNaturalOrder) {
