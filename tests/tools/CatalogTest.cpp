@@ -11,21 +11,22 @@ namespace {
 using MlagTool::CatalogEntry;
 
 // Nested collections keyed by interfaces, by groups, by both and by nothing
-// yet, one of them filled by a step only, and one nested two deep.
+// yet, one of them filled by a step only, and one nested two deep; mtu is
+// described at three levels.
 MlagSim::Scenario scenario() {
    return MlagSim::parseScenario(R"({
      "plugins": {
        "vlan": {
-         "attrName": {"mode": "vlan mode", "hidden": ""},
+         "attrName": {"mode": "vlan mode", "hidden": "", "mtu": "mtu"},
          "collectionName": {"allowed": "allowed vlan", "plain": "vlan"},
-         "defaultVal": {"mode": "access"},
+         "defaultVal": {"mode": "access", "mtu": "1"},
          "nestedConfigCheckDesc": {
            "intfConfig": {"mlagInterfacesOnly": true, "absenceImpliesDefaultVal": true,
-                          "attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "1500"},
+                          "attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "9214"},
                           "valueStrOverride": {"true": "on", "false": "off", "yes": ""}},
            "vlanConfig": {"attrName": {"name": "name"},
                           "nestedConfigCheckDesc": {"member": {"attrName": {"state": "state"}}}},
-           "mixed": {"attrName": {"x": "x"}},
+           "mixed": {"attrName": {"x": "x", "mtu": "mtu"}, "defaultVal": {"mtu": "1500"}},
            "unused": {"attrName": {"y": "y"}}}}},
      "switches": [
        {"name": "A", "config": {"vlan": {
@@ -48,80 +49,63 @@ TEST(CatalogTest, EveryCheckedParameterWithScopeDefaultAndOverrides) {
    EXPECT_EQ(
       seen,
       (std::vector< std::string >{
-         "vlan mode | mode | v |  | global | access", "allowed vlan | allowed | c |  | global | ",
-         "vlan | plain | c |  | global | ", "mtu | mtu | v | intfConfig | MLAG id | 1500",
+         "vlan mode | mode | v |  | global | access", "mtu | mtu | v |  | global | 1",
+         "allowed vlan | allowed | c |  | global | ", "vlan | plain | c |  | global | ",
+         "mtu | mtu | v | intfConfig | MLAG id | 9214",
+         "mtu | mtu | v | mixed | interface or group | 1500",
          "x | x | v | mixed | interface or group | ", "y | y | v | unused | interface or group | ",
          "name | name | v | vlanConfig | group | ",
          "state | state | v | vlanConfig/member | interface | "}));
-   EXPECT_TRUE(entries[3].absenceImpliesDefault);
-   EXPECT_TRUE(entries[3].mlagInterfacesOnly);
+   EXPECT_TRUE(entries[4].absenceImpliesDefault);
+   EXPECT_TRUE(entries[4].mlagInterfacesOnly);
    // An empty replacement replaces nothing, so it is no override.
-   EXPECT_EQ(entries[3].overrides,
+   EXPECT_EQ(entries[4].overrides,
              (std::map< std::string, std::string >{{"false", "off"}, {"true", "on"}}));
 
    const nlohmann::json json = MlagTool::catalogJson(entries);
    ASSERT_EQ(json["plugins"]["vlan"].size(), entries.size());
-   EXPECT_EQ(json["plugins"]["vlan"][3]["valueOverrides"]["true"], "on");
-   EXPECT_EQ(json["plugins"]["vlan"][3]["scope"], "MLAG id");
+   EXPECT_EQ(json["plugins"]["vlan"][4]["valueOverrides"]["true"], "on");
+   EXPECT_EQ(json["plugins"]["vlan"][4]["scope"], "MLAG id");
 
    const std::string table = MlagTool::catalogTable(entries);
-   EXPECT_NE(table.find("1500 (equal counts as unset)"), std::string::npos);
+   EXPECT_NE(table.find("9214 (equal counts as unset)"), std::string::npos);
    EXPECT_NE(table.find("false -> off, true -> on"), std::string::npos);
    EXPECT_EQ(MlagTool::catalogTable({}), "no parameters are checked\n");
 }
 
-TEST(CatalogTest, ParameterNamesReadBackIntoTheirParts) {
+// A name read back into its parts, and the entry that describes it: when
+// descriptors at several levels use one display name, the one whose entries
+// land where the name was found.
+TEST(CatalogTest, ParameterNamesReadBackIntoTheirPartsAndDescriptor) {
    // A name, its group id and table, and what it reads back as: scope,
-   // display name, member, group and MLAG id.
+   // display name, member, group, MLAG id, and the describing entry's default.
    const std::tuple< const char *, const char *, bool, const char * > cases[] = {
-      {"vlan mode", "", false, "global|vlan mode|||"},
+      {"vlan mode", "", false, "global|vlan mode||||access"},
       // The longest collection name wins: "allowed vlan", not "vlan".
-      {"30 allowed vlan", "", false, "global|allowed vlan|30||"},
-      {"30 vlan", "", false, "global|vlan|30||"},
-      {"mtu mlag10", "", true, "mlagId|mtu|||10"},
+      {"30 allowed vlan", "", false, "global|allowed vlan|30|||"},
+      {"30 vlan", "", false, "global|vlan|30|||"},
+      {"mtu", "", false, "global|mtu||||1"},
+      {"mtu g1", "g1", false, "group|mtu||g1||1500"},
+      {"mtu", "", true, "interface|mtu||||1500"},
+      {"mtu mlag10", "", true, "mlagId|mtu|||10|9214"},
       // Only MLAG-only descriptors append an MLAG id.
-      {"x mlag10", "", true, "interface|x mlag10|||"},
-      {"x", "", true, "interface|x|||"},
-      {"name vlan10", "vlan10", false, "group|name||vlan10|"},
-      {"unknown vlan10", "vlan10", false, "group|unknown||vlan10|"},
+      {"x mlag10", "", true, "interface|x mlag10||||none"},
+      {"x", "", true, "interface|x||||"},
+      {"name vlan10", "vlan10", false, "group|name||vlan10||"},
+      {"unknown vlan10", "vlan10", false, "group|unknown||vlan10||none"},
       // A group id the name does not end in is no group suffix.
-      {"vlan mode", "vlan10", false, "global|vlan mode|||"},
-      {"not known", "", false, "global|not known|||"},
-      {"mtu mlag", "", true, "interface|mtu mlag|||"}};
+      {"vlan mode", "vlan10", false, "global|vlan mode||||access"},
+      {"not known", "", false, "global|not known||||none"},
+      {"mtu mlag", "", true, "interface|mtu mlag||||none"}};
    const std::vector< CatalogEntry > entries = MlagTool::catalog(scenario());
    const MlagTool::ParamNameReader reader(entries, "vlan");
    for (const auto & [parameter, groupId, interfaceTable, parts] : cases) {
       const MlagTool::ParamName n = reader.read(parameter, groupId, interfaceTable);
+      const CatalogEntry * e = reader.describedBy(n);
       EXPECT_EQ(std::string(MlagTool::scopeText(n.scope)) + "|" + n.name + "|" + n.member + "|" +
-                   n.group + "|" + n.mlagId,
+                   n.group + "|" + n.mlagId + "|" + (e ? e->defaultVal : "none"),
                 parts);
    }
-}
-
-// One display name at several levels: the entry whose entries land where
-// the name was found describes it.
-TEST(CatalogTest, NameUsedAtSeveralLevelsIsDescribedByTheOneThatFilesThere) {
-   const std::vector< CatalogEntry > entries =
-      MlagTool::catalog(MlagSim::parseScenario(R"({
-     "plugins": {"p": {
-       "attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "1"},
-       "nestedConfigCheckDesc": {
-         "intfConfig": {"attrName": {"mtu": "mtu"}, "defaultVal": {"mtu": "1500"}},
-         "mlagConfig": {"mlagInterfacesOnly": true, "attrName": {"mtu": "mtu"},
-                        "defaultVal": {"mtu": "9214"}}}}},
-     "switches": [{"name": "A"}, {"name": "B"}]
-   })",
-                                               "levels.json"));
-   const MlagTool::ParamNameReader reader(entries, "p");
-   auto defaultOf = [&](const char * parameter, const char * groupId, bool interfaceTable) {
-      const CatalogEntry * e = reader.describedBy(reader.read(parameter, groupId, interfaceTable));
-      return e ? e->defaultVal : "none";
-   };
-   EXPECT_EQ(defaultOf("mtu", "", false), "1");
-   EXPECT_EQ(defaultOf("mtu g1", "g1", false), "1500");
-   EXPECT_EQ(defaultOf("mtu", "", true), "1500");
-   EXPECT_EQ(defaultOf("mtu mlag10", "", true), "9214");
-   EXPECT_EQ(defaultOf("speed", "", false), "none");
 }
 
 } // namespace
