@@ -74,7 +74,7 @@ nlohmann::json pairResult() {
 // Global entries first, by parameter, then interface entries; values turned
 // to A's orientation. The provisional entry has no default, A's own has one:
 // two entries.
-TEST(ComparisonTest, MirroredEntriesMergeOthersStaySeparate) {
+TEST(ComparisonTest, MirroredEntriesMergeOthersStaySeparateAlsoInTheJsonReport) {
    std::vector< std::string > seen;
    for (const ComparedValue & v : MlagTool::comparedValues(pairResult(), {})) {
       std::string by;
@@ -89,9 +89,8 @@ TEST(ComparisonTest, MirroredEntriesMergeOthersStaySeparate) {
                 "mtu mlag10 Port-Channel10: 9000/ differ seen by A B",
                 "mtu mlag30 Port-Channel30: 9214/ differ seen by A",
                 "mtu mlag30 Port-Channel30: 9214/ onlyOnFirst seen by B, provisional in B"}));
-}
 
-TEST(ComparisonTest, ReportJsonRowsCountsAndConsistency) {
+   // The same values as the JSON report's rows.
    const nlohmann::json report = MlagTool::reportJson(pairResult(), {});
    EXPECT_EQ(report["switches"], (nlohmann::json{"A", "B"}));
    EXPECT_EQ(
