@@ -38,7 +38,16 @@ json globalEntry(const char * local, const char * peer) {
    return {{"groupId", ""}, {"local", local}, {"peer", peer}};
 }
 
+// The example scenario as read, and the results it gives, every time.
 TEST(PairTest, ExampleScenarioGivesTheDocumentedResultEveryTime) {
+   const MlagSim::Scenario s = MlagSim::parseScenario(MlagSimTest::exampleScenario, "ex.json");
+   EXPECT_EQ(s.description, "free text, optional");
+   std::vector< std::string > steps;
+   for (const MlagSim::Step & step : s.steps) steps.push_back(step.describe());
+   EXPECT_EQ(steps,
+             (std::vector< std::string >{
+                "A: set lacp intfConfig/Port-Channel10/mode = 'passive'", "B: delete lacp vlan/20",
+                "B: set mlag Port-Channel10 = '11'", "A: delete mlag Port-Channel10"}));
    const json expectedA = R"({ "name": "A", "plugins": { "lacp": {
       "global": {
          "10 allowed vlan": { "groupId": "", "local": "active", "peer": "active" },
@@ -62,7 +71,8 @@ TEST(PairTest, ExampleScenarioGivesTheDocumentedResultEveryTime) {
       "Port-Channel10": { "default": "", "local": "active", "peer": "passive" } } })"_json;
    lacpB["record"]["attrCollection"].erase(1);
    lacpB["record"]["nestedIntfConfig"]["Port-Channel10"]["attr"]["mode"] = "active";
-   const json result = runAll(json::parse(MlagSimTest::exampleScenario));
+   MlagSim::Pair pair(s);
+   const json result = runAll(pair);
    EXPECT_EQ(runAll(json::parse(MlagSimTest::exampleScenario)).dump(), result.dump());
    EXPECT_EQ(result.dump(2), json({{"switches", {expectedA, expectedB}}}).dump(2));
 }

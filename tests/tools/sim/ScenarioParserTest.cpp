@@ -1,6 +1,6 @@
-// The scenario loader: the example scenario read back; bad input, names the
-// checker could not tell apart and input past the limits refused in one line
-// naming the file, the place and what was expected.
+// The scenario loader: bad input, names the checker could not tell apart and
+// input past the limits refused in one line naming the file, the place and
+// what was expected. (The example scenario read back: PairTest.)
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -29,18 +29,6 @@ std::string errorLine(Load load) {
 
 std::string errorOf(std::string_view text) {
    return errorLine([&] { MlagSim::parseScenario(text, "s.json"); });
-}
-
-TEST(ScenarioParserTest, ReadsTheExampleScenario) {
-   const MlagSim::Scenario s = MlagSim::parseScenario(MlagSimTest::exampleScenario, "ex.json");
-   // The rest of it shows in the pair's results (PairTest's example run).
-   EXPECT_EQ(s.description, "free text, optional");
-   std::vector< std::string > steps;
-   for (const MlagSim::Step & step : s.steps) steps.push_back(step.describe());
-   EXPECT_EQ(steps,
-             (std::vector< std::string >{
-                "A: set lacp intfConfig/Port-Channel10/mode = 'passive'", "B: delete lacp vlan/20",
-                "B: set mlag Port-Channel10 = '11'", "A: delete mlag Port-Channel10"}));
 }
 
 // One edit of the example scenario: `json` put at the pointer `at`, where a
@@ -367,19 +355,8 @@ struct Case {
    const char * error; // empty: accepted; else the line after "s.json: "
 };
 
-void expectCases(const std::vector< Case > & cases) {
-   for (const Case & c : cases) {
-      json doc = json::parse(base);
-      const nlohmann::ordered_json edits = nlohmann::ordered_json::parse(expanded(c.edits));
-      for (const auto & [at, value] : edits.items()) doc[json::json_pointer(at)] = value;
-      EXPECT_EQ(errorOf(doc.dump()),
-                *c.error ? expanded("s.json: " + std::string(c.error)) : "(accepted)")
-         << c.what;
-   }
-}
-
-TEST(ScenarioClashTest, NamesAndKeysInTheFile) {
-   expectCases({
+TEST(ScenarioClashTest, NamesAndKeysInTheFileAndInTheSteps) {
+   const Case cases[] = {
       {"two scalars, one display name", R"({"%/attrName/b": "A"})",
        "$/b: results entry 'A' is already used by $/a<name>"},
       {"a display name equal to a member's name",
@@ -418,11 +395,7 @@ TEST(ScenarioClashTest, NamesAndKeysInTheFile) {
       {"an empty MLAG id", R"({"/switches/1/mlag": {"Ethernet1": ""}})",
        "/switches/1/mlag/Ethernet1: expected a non-empty MLAG id (leave the interface out of "
        "'mlag' instead)"},
-   });
-}
-
-TEST(ScenarioClashTest, WhatStepsCreateRemoveAndRename) {
-   expectCases({
+      // What steps create, remove and rename.
       {"a step adds an interface to a second group",
        R"({"$/groups": {"g1": {"members": {"Ethernet1": {}}}},
            "/steps": [{L "path": ["groups", "g2"], "set": {"members": {"Ethernet1": {}}}}]})",
@@ -466,7 +439,15 @@ TEST(ScenarioClashTest, WhatStepsCreateRemoveAndRename) {
        "$/intf/Ethernet1/mode<name>"},
       {"an empty MLAG id in a step", R"({"/steps": [{L1 "set": ""}]})",
        "/steps/0/set: expected a non-empty MLAG id (delete the interface instead)"},
-   });
+   };
+   for (const Case & c : cases) {
+      json doc = json::parse(base);
+      const nlohmann::ordered_json edits = nlohmann::ordered_json::parse(expanded(c.edits));
+      for (const auto & [at, value] : edits.items()) doc[json::json_pointer(at)] = value;
+      EXPECT_EQ(errorOf(doc.dump()),
+                *c.error ? expanded("s.json: " + std::string(c.error)) : "(accepted)")
+         << c.what;
+   }
 }
 
 } // namespace

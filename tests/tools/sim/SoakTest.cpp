@@ -28,25 +28,6 @@ TEST(SoakTest, GeneratedScenariosParseAndReplayDeterministically) {
    }
 }
 
-TEST(SoakTest, ApplyingStepsToTheScenarioMatchesThePair) {
-   // The model the invariants compare against moves as the pair does: a
-   // pair built from the moved scenario equals the pair that ran the steps,
-   // on a scenario where the change path and a fresh start agree.
-   const json scenario = json::parse(R"({
-     "plugins": {"p": {"attrName": {"a": "a"}, "collectionName": {"c": "c"},
-                       "nestedConfigCheckDesc": {"n": {"attrName": {"x": "x"}}}}},
-     "switches": [{"name": "A", "config": {"p": {"a": 1, "c": {"1": "u"}, "n": {}}}},
-                  {"name": "B", "config": {"p": {"a": 1}}}],
-     "steps": [{"switch": "A", "plugin": "p", "path": ["a"], "delete": true},
-               {"switch": "A", "plugin": "p", "path": ["c", "1"], "delete": true},
-               {"switch": "A", "plugin": "p", "path": ["c", "2"], "set": "v"},
-               {"switch": "B", "plugin": "p", "path": ["n", "g1"], "set": {"x": 3}},
-               {"switch": "B", "plugin": "p", "path": ["n", "g1", "x"], "set": 4},
-               {"switch": "A", "mlag": "Port-Channel1", "set": "10"}]
-   })");
-   EXPECT_EQ(MlagSim::checkScenario(scenario, MlagSim::FaultMode::none, 1), "");
-}
-
 TEST(SoakTest, EveryFaultModeRunsSeedsClean) {
    for (MlagSim::FaultMode mode : MlagSim::allFaultModes()) {
       EXPECT_EQ(MlagSim::faultModeNamed(MlagSim::faultModeName(mode)), mode);
@@ -71,8 +52,6 @@ TEST(SoakTest, TheComparisonsSeeWhatDiffers) {
    MlagSim::Pair pair(MlagSim::parseScenario(scenario.dump(), "t.json"));
    pair.start();
    const json result = pair.resultJson();
-   EXPECT_FALSE(MlagSim::localDifference(result, result, scenario));
-   EXPECT_FALSE(MlagSim::resultsDifference(result, result));
 
    json changedLocal = result;
    changedLocal["switches"][0]["plugins"]["p0"]["global"]["s0"]["local"] = "9";
