@@ -37,11 +37,6 @@ inline Kiv::Ptr< ConfigIntfDiff > intfEntry(const Kiv::Ptr< ConfigPluginDir > & 
    return table ? table->configIntfDiff(Kiv::Name(intf)) : Kiv::Ptr< ConfigIntfDiff >();
 }
 
-inline Kiv::Ptr< ConfigGlobalDiff > globalEntry(const Kiv::Ptr< ConfigPluginDir > & dir,
-                                                const char * param) {
-   return dir->configGlobalDiff(Kiv::Name(param));
-}
-
 // The local or peer value of one results entry, "<none>" when there is no
 // entry: the interface table with an interface name, the global table without.
 inline constexpr const char * none = "<none>";
@@ -51,7 +46,7 @@ inline std::string entryVal(const Kiv::Ptr< ConfigPluginDir > & dir, const char 
    auto read = [local](const auto & e) {
       return e ? (local ? e->localVal() : e->peerVal()).stdString() : none;
    };
-   return intf ? read(intfEntry(dir, param, intf)) : read(globalEntry(dir, param));
+   return intf ? read(intfEntry(dir, param, intf)) : read(dir->configGlobalDiff(Kiv::Name(param)));
 }
 inline std::string localEntry(const Kiv::Ptr< ConfigPluginDir > & dir, const char * param,
                               const char * intf = nullptr) {
@@ -167,7 +162,6 @@ class Traces {
       }
       return std::string::npos;
    }
-   std::size_t size() const { return sink_.lines().size(); }
    // Every line captured, for failure messages.
    std::string all() const {
       std::string text;

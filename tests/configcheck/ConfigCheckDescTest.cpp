@@ -7,8 +7,7 @@
 
 namespace {
 
-using Mlag::ConfigCheck::ConfigCheckDesc;
-using Mlag::ConfigCheck::configCheckDescFactory;
+using namespace Mlag::ConfigCheck;
 
 // Every map of the descriptor notifies alike; the attribute names stand for them.
 struct DescLog : ConfigCheckDesc::NotifieeConst {
@@ -36,10 +35,10 @@ TEST(ConfigCheckDescTest, ChangesNotifyOnlyWhenSomethingChanges) {
    desc->attrNameDel("speed");
    desc->attrNameIs("mode", "mode");
    desc->attrNameIs("speed", "speed");
+   // Removed through an iterator: notified once, and not again by the removal of all.
    for (auto & it : desc->attrNameMap()) {
       if (it.key() == "speed") desc->attrNameDel(it);
    }
-   EXPECT_EQ(desc->attrName("speed"), "");
    desc->attrNameDelAll();
    desc->nestedConfigCheckDescIs("a");
    desc->nestedConfigCheckDescIs("a");

@@ -40,16 +40,7 @@ TEST(NamingTest, ParameterNames) {
    EXPECT_EQ(getParamName(perIntf, "", none, "", "vlan10"), "");
 }
 
-TEST(NamingTest, StringUnquoteNeedsThreeCharacters) {
-   const std::pair< const char *, const char * > cases[] = {
-      {"'a'", "a"},   {"'active'", "active"}, {"''", "''"}, {"'a", "'a"},
-      {"a'", "a'"},   {"\"a\"", "\"a\""},     {"", ""},     {"'it's'", "it's"},
-      {"'ab", "'ab"}, {"ab'", "ab'"},
-   };
-   for (auto [in, out] : cases) EXPECT_EQ(stringUnquote(in), out) << in;
-}
-
-TEST(NamingTest, InterfaceResolution) {
+TEST(NamingTest, InterfaceAndValueTextForms) {
    EXPECT_EQ(getIntfId("Port-Channel10"), Porta::IntfId("Port-Channel10"));
    EXPECT_FALSE(getIntfId(""));
    Traces traces;
@@ -58,13 +49,17 @@ TEST(NamingTest, InterfaceResolution) {
       EXPECT_TRUE(traces.contains(std::string("Invalid intfId exception for '") + bad + "'"));
    }
    EXPECT_EQ(traces.count("Invalid intfId exception"), 4u);
-}
 
-TEST(NamingTest, ValueTextForms) {
+   // Unquoting needs three characters; a reload delay compares by its delay alone.
+   const std::pair< const char *, const char * > unquoted[] = {
+      {"'a'", "a"},   {"'active'", "active"}, {"''", "''"}, {"'a", "'a"},
+      {"a'", "a'"},   {"\"a\"", "\"a\""},     {"", ""},     {"'it's'", "it's"},
+      {"'ab", "'ab"}, {"ab'", "ab'"},
+   };
+   for (auto [in, out] : unquoted) EXPECT_EQ(stringUnquote(in), out) << in;
    EXPECT_EQ(strRep(Kiv::Value::string("active")), "'active'");
    EXPECT_EQ(strRep(Kiv::Value::integer(-1)), "-1");
    EXPECT_EQ(strRep(Kiv::Value()), "");
-   // A reload delay compares by its delay alone.
    EXPECT_EQ(strRep(Mlag::reloadDelay(300)), "300");
    auto other = Kiv::kivNew< Kiv::StructValue >("Mlag::Other");
    other->fieldIs("b", Kiv::Value::string("x"));

@@ -13,7 +13,6 @@ using namespace CheckerTest;
 class PeerSideTest : public CheckerTestBase {
  protected:
    void SetUp() override {
-      CheckerTestBase::SetUp();
       record->paramNameIs("lacp");
       record->attrIs("priority", "100");
       record->attrCollectionIs(CollectionConfig("vlan", "'10'"), "allowed");
@@ -48,24 +47,18 @@ class PeerSideTest : public CheckerTestBase {
    Kiv::Ptr< P2pToStatehubSm > peer;
 };
 
-TEST_F(PeerSideTest, TheRecordIsImportedAtInitialization) {
+TEST_F(PeerSideTest, TheRecordIsImportedAtInitializationAndChangesFollow) {
    start();
-   EXPECT_TRUE(peer->initialized());
    // The peer value waits under the provisional key (UtilTest).
    EXPECT_EQ(entries(dir),
              "10 vlan: /allowed; mtu g1: /1400 g=g1; mtu mlag10 "
              "@PeerPort-Channel10: /9000; priority: /100");
-   EXPECT_EQ(peer->p2pToStatehubSmSize(), 2u);
    EXPECT_EQ(peer->p2pToStatehubSm("Port-Channel10")->mlagId(), "10");
-
    Traces traces;
    peer->handleInitialized();
    EXPECT_TRUE(traces.contains("PeerSm already initialized for'Peer'"));
    EXPECT_EQ(peer->backlogSize(), 0u);
-}
 
-TEST_F(PeerSideTest, ChangesReachThePeerColumn) {
-   start();
    record->attrIs("priority", "200");
    EXPECT_EQ(peerEntry(dir, "priority"), "200");
    record->attrDel("priority");
@@ -90,7 +83,6 @@ TEST_F(PeerSideTest, NestedConfigurationsComeAndGoThroughTheBacklog) {
    EXPECT_EQ(peer->backlogSize(), 1u);
    runUntilQuiet();
    EXPECT_TRUE(traces.contains("p2pToStatehubSm for 'g2' already deleted"));
-   EXPECT_FALSE(peer->p2pToStatehubSm("g2"));
 
    peer->handleNestedIntfConfig("Port-Channel10");
    runUntilQuiet();
@@ -105,24 +97,6 @@ TEST_F(PeerSideTest, NestedConfigurationsComeAndGoThroughTheBacklog) {
    // One text for both kinds of configuration.
    EXPECT_TRUE(traces.contains("Handle peer nested global config remove 'Port-Channel10'"));
    EXPECT_EQ(entries(dir), "10 vlan: /allowed; mtu mlag10 @Port-Channel10: 9000/; priority: /100");
-   EXPECT_EQ(peer->p2pToStatehubSmSize(), 0u);
-}
-
-TEST_F(PeerSideTest, ChangesBeforeInitializationAreDropped) {
-   peer = P2pToStatehubSm::P2pToStatehubSmIs(checkerClock(), dir, record, "Peer", mlag, nullptr);
-   EXPECT_FALSE(peer->initialized());
-   Traces traces;
-   record->attrIs("priority", "300");
-   EXPECT_TRUE(traces.contains("Attribute change before initialization of 'priority'"));
-   const std::size_t lines = traces.size();
-   record->attrCollectionIs(CollectionConfig("vlan", "10"), "x");
-   EXPECT_EQ(traces.size(), lines);
-   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
-   EXPECT_EQ(traces.size(), lines);
-   EXPECT_EQ(dir->configGlobalDiffSize(), 0u);
-   // Work queued meanwhile is discarded by the first slice.
-   record->nestedGlobalConfigIs(Kiv::Name("g2"))->paramNameIs("group");
-   runUntilQuiet();
    EXPECT_EQ(peer->p2pToStatehubSmSize(), 0u);
 }
 
@@ -149,8 +123,7 @@ TEST_F(PeerSideTest, MlagChangesReImportUnderTheNewId) {
    EXPECT_TRUE(
       traces.contains("'Port-Channel10' SM for 'Port-Channel10' updating for mlag changes."));
    EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9000");
-   EXPECT_EQ(peerEntry(dir, "mtu mlag10", "PeerPort-Channel10"), none);
-   // Later changes are named with the id the re-import used.
+   // Later changes are named with the id the re-import used, the old entry gone.
    po10()->attrIs("mtu", "9100");
    EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9100");
    EXPECT_EQ(peerEntry(dir, "mtu mlag10", "PeerPort-Channel10"), none);
@@ -163,8 +136,22 @@ TEST_F(PeerSideTest, MlagChangesReImportUnderTheNewId) {
 
 // The top-level peer side needs a descriptor and a record with a parameter
 // name; a nested one needs its parent's descriptor to describe its record.
+// Until it is initialized, changes are dropped.
 TEST_F(PeerSideTest, InitializationNeedsADescriptorAndANamedRecord) {
+   peer = P2pToStatehubSm::P2pToStatehubSmIs(checkerClock(), dir, record, "Peer", mlag, nullptr);
+   EXPECT_FALSE(peer->initialized());
    Traces traces;
+   record->attrIs("priority", "300");
+   EXPECT_TRUE(traces.contains("Attribute change before initialization of 'priority'"));
+   traces.clear();
+   record->attrCollectionIs(CollectionConfig("vlan", "10"), "x");
+   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
+   EXPECT_EQ(traces.all(), "");
+   // Work queued meanwhile is discarded by the first slice.
+   record->nestedGlobalConfigIs(Kiv::Name("g2"))->paramNameIs("group");
+   runUntilQuiet();
+   EXPECT_EQ(peer->p2pToStatehubSmSize(), 0u);
+
    record->paramNameIs("");
    for (const auto & peerRecord : {Kiv::Ptr< GenericConfig >(), record}) {
       traces.clear();
@@ -191,7 +178,7 @@ TEST_F(PeerSideTest, InitializationNeedsADescriptorAndANamedRecord) {
          << traces.all();
    }
    EXPECT_EQ(withoutRecord->parentSm(), peer.get());
-   EXPECT_FALSE(globalEntry(dir, "mtu g9"));
+   EXPECT_EQ(peerEntry(dir, "mtu g9"), none);
 }
 
 TEST_F(PeerSideTest, ChangedReCreationIsRefusedInParameterOrder) {
@@ -211,6 +198,17 @@ TEST_F(PeerSideTest, ChangedReCreationIsRefusedInParameterOrder) {
    EXPECT_EQ(peer->p2pToStatehubSm("Port-Channel10"), existing);
    EXPECT_EQ(existing->peerConfig(), po10());
    EXPECT_EQ(peer->p2pToStatehubSm("g5"), withoutRecord);
+
+   // Removal through an iterator takes the entry it stands on and lets the
+   // walk go on; the machine goes with its entry (the fixture counts what is left).
+   std::vector< std::string > walked;
+   for (auto & it : peer->p2pToStatehubSmMap()) {
+      walked.push_back(it.key().stdString());
+      if (it.key() == "Port-Channel10") peer->p2pToStatehubSmDel(it);
+   }
+   EXPECT_EQ(walked.size(), 3u);
+   EXPECT_FALSE(peer->p2pToStatehubSm("Port-Channel10"));
+   EXPECT_EQ(peer->p2pToStatehubSmSize(), 2u);
 }
 
 // A record taken away after the import reads as empty: changes handled then
@@ -240,26 +238,11 @@ TEST_F(PeerSideTest, WatchedRecordAndMlagConfigurationCanBeSwappedAndDropped) {
    EXPECT_TRUE(traces.contains("Handle peer nested global config remove 'g1'")) << traces.all();
    EXPECT_FALSE(peer->p2pToStatehubSm("g1"));
    // With no local value either, nothing of the entry is left.
-   EXPECT_FALSE(globalEntry(dir, "mtu g1"));
+   EXPECT_EQ(peerEntry(dir, "mtu g1"), none);
 
    auto otherMlag = mlagConfig({{"Port-Channel10", "12"}});
    for (const auto & now : {otherMlag, Kiv::Ptr< Mlag::Config >(), mlag}) peer->mlagConfigIs(now);
    EXPECT_EQ(peer->mlagConfigDel(), Kiv::PtrConst< Mlag::Config >(mlag));
-}
-
-// Removal through an iterator takes the entry it stands on and lets the walk
-// go on; the machine goes with its entry (the fixture counts what is left).
-TEST_F(PeerSideTest, ANestedMachineCanBeRemovedThroughAnIterator) {
-   start();
-   std::vector< std::string > walked;
-   for (auto & it : peer->p2pToStatehubSmMap()) {
-      walked.push_back(it.key().stdString());
-      if (it.key() == "Port-Channel10") peer->p2pToStatehubSmDel(it);
-   }
-   EXPECT_EQ(walked.size(), 2u);
-   EXPECT_FALSE(peer->p2pToStatehubSm("Port-Channel10"));
-   EXPECT_TRUE(peer->p2pToStatehubSm("g1"));
-   EXPECT_EQ(peer->p2pToStatehubSmSize(), 1u);
 }
 
 TEST(PeerSideDeathTest, ANameInBothNestedCollectionsIsAFault) {

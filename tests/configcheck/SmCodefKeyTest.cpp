@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "CheckerFixture.h"
 #include "ConfigCheck/MlagConfigCheckTypes.h"
 #include "kiv/Exception.h"
@@ -20,15 +18,12 @@ SmCodefKey parse(const std::string & text, std::size_t * consumed = nullptr) {
    return k;
 }
 
-// Only the key with both fields empty is empty: the backlog's bookmark
-// means "from the beginning" by it.
-TEST(SmCodefKeyTest, OnlyTheKeyWithBothFieldsEmptyIsEmpty) {
+TEST(SmCodefKeyTest, EmptinessEqualityAndAStringFormThatRoundTrips) {
+   // Only the key with both fields empty is empty: the backlog's bookmark
+   // means "from the beginning" by it.
    EXPECT_TRUE(!SmCodefKey());
    EXPECT_FALSE(!key("", "intfConfig") || !key("Ethernet1", ""));
    EXPECT_FALSE(key("a", "x") == key("a", "y") || key("a", "x") == key("b", "x"));
-}
-
-TEST(SmCodefKeyTest, StringFormRoundTrips) {
    EXPECT_EQ(valueToStrep(key("Port-Channel10", "intfConfig")),
              "Value('Mlag::ConfigCheck::SmCodefKey', ** {'name': 'Port-Channel10', "
              "'paramName': 'intfConfig'})");

@@ -69,8 +69,10 @@ TEST_F(UtilTest, GroupIdsOfTheSidesOwnNameAreNeverWritten) {
    EXPECT_EQ(entries(dir), "mode: /rstp g=g2; prio: 1/ g=Peer");
 }
 
-// "0", "-" and nothing do not keep an entry alive; emptied tables go.
-TEST_F(UtilTest, LocalInterfaceDeleteKeepsWhatThePeerStillReports) {
+// Deleting the local side's interface: "0", "-" and nothing do not keep an
+// entry alive; emptied tables go. Deleting the peer's clears peer values
+// only, waiting ones too; the plain entry stays even with nothing left.
+TEST_F(UtilTest, InterfaceDeletesOnBothSides) {
    for (const char * param : {"up", "zero", "dash", "none"}) insertLocal(param, "Ethernet1", "x");
    insertPeer("up", "Ethernet1", "up");
    insertPeer("zero", "Ethernet1", "0");
@@ -82,20 +84,17 @@ TEST_F(UtilTest, LocalInterfaceDeleteKeepsWhatThePeerStillReports) {
       traces.contains("Clearing local entry for plugin 'lacp' interface name 'Ethernet1'"));
    EXPECT_TRUE(traces.contains("Clearing local entry 'up' for plugin 'lacp'"));
    EXPECT_EQ(entries(dir), "dash @Ethernet2: y/; up @PeerEthernet1: /up");
-}
 
-// The plain entry stays even with nothing left on either side.
-TEST_F(UtilTest, PeerInterfaceDeleteClearsPeerValuesOnly) {
    insertLocal("mtu", "Ethernet1", "9000");
    insertPeer("mtu", "Ethernet1", "9000");
    insertLocal("lacp", "Ethernet1", "");
    insertPeer("lacp", "Ethernet1", "active");
    insertPeer("speed", "Ethernet1", "10g"); // waits provisionally
    handlePeerIntfDelete(dir, "Ethernet1");
-   EXPECT_EQ(entries(dir), "lacp @Ethernet1: /; mtu @Ethernet1: 9000/");
+   EXPECT_EQ(entries(dir), "dash @Ethernet2: y/; lacp @Ethernet1: /; mtu @Ethernet1: 9000/");
 }
 
-TEST_F(UtilTest, GroupDeletesOnBothSides) {
+TEST_F(UtilTest, GroupDeletesOnBothSidesAndLocalDeleteAll) {
    doInsertLocalParam(dir, "mtu g1", "g1", "9000");
    doInsertPeerParam(dir, "mtu g1", "g1", "9000");
    doInsertLocalParam(dir, "prio g1", "g1", "1");
@@ -109,15 +108,12 @@ TEST_F(UtilTest, GroupDeletesOnBothSides) {
    handlePeerGroupDelete(dir, "g1");
    EXPECT_TRUE(traces.contains("Clearing peer entry 'mtu g1' for plugin 'lacp'"));
    EXPECT_EQ(entries(dir), "mtu g2: 1500/ g=g2");
-}
 
-TEST_F(UtilTest, LocalDeleteAllEmptiesBothSides) {
-   doInsertLocalParam(dir, "mode", "Local", "mstp");
    doInsertPeerParam(dir, "prio", "Peer", "1");
    insertLocal("mtu", "Ethernet1", "9000");
    insertPeer("mtu", "Ethernet1", "9000");
    insertPeer("mtu", "Ethernet2", "1500");
-   Traces traces;
+   traces.clear();
    localDeleteAll(dir);
    EXPECT_EQ(entries(dir), "");
    EXPECT_EQ(traces.count("Clearing entry "), 2u);
