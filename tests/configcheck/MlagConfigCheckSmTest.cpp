@@ -82,7 +82,7 @@ class TopLevelTest : public CheckerTestBase {
    Kiv::Ptr< MlagConfigCheckSm > top;
 };
 
-TEST_F(TopLevelTest, ConstructionClearsTheDirectoryThenStartsLocalThenPeer) {
+TEST_F(TopLevelTest, ConstructionStartsLocalThenPeerAnyOneChangedArgumentReplaces) {
    Traces traces;
    start();
    EXPECT_EQ(localEntry(dir, "stale"), none);
@@ -99,10 +99,8 @@ TEST_F(TopLevelTest, ConstructionClearsTheDirectoryThenStartsLocalThenPeer) {
    traces.clear();
    top->handleInitialized();
    EXPECT_EQ(traces.all(), "");
-}
 
-TEST_F(TopLevelTest, AnyOneChangedArgumentReplacesAnyOtherKeeps) {
-   start();
+   // Any one changed argument replaces a machine, any other request keeps it.
    auto clock = checkerClock();
    Kiv::PtrConst< Kiv::Clock > otherClock = Kiv::kivNew< Kiv::Clock >(Kiv::Name("otherClock"));
    auto otherDir = resultsDir("other");

@@ -61,7 +61,7 @@ class LocalSideTest : public CheckerTestBase {
 
 // The record and the local column are written by one call (DbUpdateTest);
 // here the column stands for both unless the record alone differs.
-TEST_F(LocalSideTest, ConstructionPublishesEveryValueThenChangesFollow) {
+TEST_F(LocalSideTest, ConstructionPublishesEveryValueThenChangesAndFailedReadsFollow) {
    Traces traces;
    start(config);
    EXPECT_TRUE(traces.contains("Initializing Sm for 'Local', write config "));
@@ -112,14 +112,12 @@ TEST_F(LocalSideTest, ConstructionPublishesEveryValueThenChangesFollow) {
    EXPECT_EQ(localEntry(dir, "unchecked"), none);
    // A nested element's own change does not touch the parent's record.
    EXPECT_EQ(record->attrSize(), 2u);
-}
 
-TEST_F(LocalSideTest, AFailedReadIsTracedAndTakenForNoValue) {
-   start();
-   Traces traces;
+   // A failed read is traced and taken for no value.
+   traces.clear();
    config->failing = true;
    EXPECT_FALSE(sm->readConfigAccessor(Kiv::GenericValue(), attr("priority")));
-   config->valueIs("priority", Kiv::Value::integer(200));
+   config->valueIs("priority", Kiv::Value::integer(250));
    EXPECT_EQ(traces.count("Error during read config access of key "), 2u) << traces.all();
    // A key shows once in its text form.
    EXPECT_FALSE(sm->readConfigAccessor(Kiv::GenericValue(Kiv::Value::string("10")), attr("vlan")));
@@ -342,33 +340,10 @@ TEST_F(LocalSideTest, MachinesWithoutMlagAndChangedReCreation) {
    EXPECT_EQ(again(clock, dir, "g7", po10If, g7, groupDesc, mlag), "_mlagConfig");
 }
 
-TEST_F(LocalSideTest, CleanupTracesOnceAndTeardownCleansEveryMachine) {
-   start();
-   Traces traces;
-   auto machine = sm->statehubToP2pSm("Port-Channel10");
-   machine->doCleanup();
-   machine->doCleanup();
-   EXPECT_EQ(traces.count("Cleaning up Sm for 'Port-Channel10'"), 1u);
-   // A cleaned-up machine hears no more changes.
-   po10()->valueIs("mtu", Kiv::Value::integer(1));
-   EXPECT_EQ(nested("Port-Channel10")->attr("mtu"), "9000");
-   machine = nullptr;
-
-   traces.clear();
-   sm = nullptr;
-   EXPECT_EQ(traces.count("Cleaning up Sm for 'Local'"), 1u);
-   EXPECT_EQ(traces.count("Cleaning up Sm for 'g1'"), 1u);
-   EXPECT_EQ(traces.count("Cleaning up Sm for 'Port-Channel10'"), 0u);
-   // Teardown removes no values; the next start clears them.
-   EXPECT_EQ(localEntry(dir, "priority"), "100");
-   config->valueIs("priority", Kiv::Value::integer(5));
-   EXPECT_EQ(localEntry(dir, "priority"), "100");
-}
-
 // Changes made while the machine is deaf reach the table only through an
 // explicit update of one attribute; a nested element is written through its
 // own descriptor and record, one that is gone writes nothing.
-TEST_F(LocalSideTest, UpdateConfigCheckDbWritesTheLocalTableForOneChange) {
+TEST_F(LocalSideTest, UpdateConfigCheckDbWritesTheLocalTableThenCleanupStopsChanges) {
    start();
    sm->hasNotificationActiveIs(false);
    config->valueIs("priority", Kiv::Value::integer(7));
@@ -397,6 +372,26 @@ TEST_F(LocalSideTest, UpdateConfigCheckDbWritesTheLocalTableForOneChange) {
    EXPECT_EQ(nested("Port-Channel10")->attr("mtu"), "1234");
    EXPECT_EQ(record->nestedGlobalConfig(Kiv::Name("g1"))->attr("mtu"), "1450");
    EXPECT_FALSE(record->nestedGlobalConfig(Kiv::Name("g9")));
+
+   // A machine's cleanup traces once; teardown cleans every machine.
+   Traces traces;
+   auto machine = sm->statehubToP2pSm("Port-Channel10");
+   machine->doCleanup();
+   machine->doCleanup();
+   EXPECT_EQ(traces.count("Cleaning up Sm for 'Port-Channel10'"), 1u);
+   // A cleaned-up machine hears no more changes.
+   po10()->valueIs("mtu", Kiv::Value::integer(1));
+   EXPECT_EQ(nested("Port-Channel10")->attr("mtu"), "1234");
+   machine = nullptr;
+
+   traces.clear();
+   sm = nullptr;
+   EXPECT_EQ(traces.count("Cleaning up Sm for 'Local'"), 1u);
+   EXPECT_EQ(traces.count("Cleaning up Sm for 'g1'"), 1u);
+   EXPECT_EQ(traces.count("Cleaning up Sm for 'Port-Channel10'"), 0u);
+   // Teardown removes no values; the next start clears them.
+   config->valueIs("priority", Kiv::Value::integer(5));
+   EXPECT_EQ(localEntry(dir, "priority"), "7");
 }
 
 // Keys whose collection has no nested descriptor, is empty, holds values

@@ -18,7 +18,7 @@ class UtilTest : public ::testing::Test {
    }
 };
 
-TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyUntilTheLocalInsertAdoptsIt) {
+TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyDefaultsAndAbsence) {
    insertPeer("mtu", "Ethernet1", "9000");
    EXPECT_EQ(entries(dir), "mtu @PeerEthernet1: /9000");
    insertPeer("mtu", "Ethernet1", "9214");
@@ -28,19 +28,17 @@ TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyUntilTheLocalInsertAdoptsIt) {
    // From now on the peer writes the plain entry; it never touches the default.
    insertPeer("mtu", "Ethernet1", "1500");
    EXPECT_EQ(entries(dir), "mtu @Ethernet1: 1500/1500 d=1500");
-}
 
-TEST_F(UtilTest, DefaultsAndAbsence) {
    // A later insert without a default keeps the recorded one, and the
    // absence test compares against it.
    const struct {
       const char *value, *defaultVal;
       bool absenceImpliesDefault;
       const char * shown;
-   } inserts[] = {{"1500", "1500", true, "mtu @Ethernet1: / d=1500"},
-                  {"1500", "1500", false, "mtu @Ethernet1: 1500/ d=1500"},
-                  {"1500", "", true, "mtu @Ethernet1: / d=1500"},
-                  {"9000", "", true, "mtu @Ethernet1: 9000/ d=1500"}};
+   } inserts[] = {{"1500", "1500", true, "mtu @Ethernet1: /1500 d=1500"},
+                  {"1500", "1500", false, "mtu @Ethernet1: 1500/1500 d=1500"},
+                  {"1500", "", true, "mtu @Ethernet1: /1500 d=1500"},
+                  {"9000", "", true, "mtu @Ethernet1: 9000/1500 d=1500"}};
    for (const auto & i : inserts) {
       insertLocal("mtu", "Ethernet1", i.value, i.defaultVal, i.absenceImpliesDefault);
       EXPECT_EQ(entries(dir), i.shown);
@@ -53,7 +51,7 @@ TEST_F(UtilTest, DefaultsAndAbsence) {
    EXPECT_TRUE(traces.contains("no intfTable for 'speed'"));
    EXPECT_FALSE(isValueDefault(dir, "mtu", "Ethernet2", "1500"));
    EXPECT_TRUE(traces.contains("no intfEntry for 'Ethernet2'"));
-   EXPECT_EQ(entries(dir), "mtu @Ethernet1: 9000/ d=1500");
+   EXPECT_EQ(entries(dir), "mtu @Ethernet1: 9000/1500 d=1500");
 }
 
 TEST_F(UtilTest, GroupIdsOfTheSidesOwnNameAreNeverWritten) {
