@@ -22,7 +22,7 @@ class DbUpdateTest : public ::testing::Test {
 // Names the entity lacks, or has in the other shape (a collection named as a
 // scalar, a scalar as a collection), are skipped. A value equal to its
 // default stays in the record; only a member's outer quotes come off.
-TEST_F(DbUpdateTest, AGlobalEntityPublishesWhatItHasInTheShapeNamed) {
+TEST_F(DbUpdateTest, AGlobalEntityPublishesWhatItHasInTheShapeNamedAPeerRecordWhatIsNamed) {
    desc->attrNameIs("priority", "system priority");
    desc->attrNameIs("speed", "speed");
    desc->attrNameIs("vlan", "vlan as scalar");
@@ -41,6 +41,22 @@ TEST_F(DbUpdateTest, AGlobalEntityPublishesWhatItHasInTheShapeNamed) {
    EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "10")), "on");
    EXPECT_EQ(record->attrCollection(CollectionConfig("vlan", "20")), "\\'quoted\\'");
    EXPECT_EQ(record->attrSize(), 1u);
+
+   // A peer record is imported under the same names, unnamed ones skipped.
+   auto peerDir = resultsDir();
+   auto peer = Kiv::kivNew< GenericConfig >(Kiv::Name("peer"));
+   peer->attrIs("speed", "9000");
+   peer->attrIs("unnamed", "x");
+   peer->attrCollectionIs(CollectionConfig("vlan", "'10'"), "allowed");
+   peer->attrCollectionIs(CollectionConfig("other", "1"), "y");
+   updateConfigCheckDbPeer(desc, peerDir, nullptr, "", peer, "g1");
+   updateConfigCheckDbPeer(desc, peerDir, nullptr, "", peer, "Ethernet1");
+   Traces traces;
+   insertPeerParam(peerDir, "", "Peer", Porta::IntfId(), "z");
+   EXPECT_FALSE(traces.contains("Updating"));
+   EXPECT_EQ(entries(peerDir),
+             "10 allowed vlan @PeerEthernet1: /allowed; 10 allowed vlan g1: /allowed g=g1; "
+             "speed @PeerEthernet1: /9000; speed g1: /9000 g=g1");
 }
 
 TEST_F(DbUpdateTest, AbsenceImpliesDefaultKeepsDefaultsOutOfTheRecordOnly) {
@@ -104,24 +120,6 @@ TEST_F(DbUpdateTest, AnMlagIdChangeMovesTheEntriesInOneCall) {
    mlag->intfConfigDel(Porta::IntfId("Port-Channel10"));
    publish("Port-Channel10", "11", mlag);
    EXPECT_EQ(entries(dir), "");
-}
-
-TEST_F(DbUpdateTest, PeerRecordImport) {
-   desc->attrNameIs("mtu", "mtu");
-   desc->collectionNameIs("vlan", "vlan");
-   auto peer = Kiv::kivNew< GenericConfig >(Kiv::Name("peer"));
-   peer->attrIs("mtu", "9000");
-   peer->attrIs("unnamed", "x");
-   peer->attrCollectionIs(CollectionConfig("vlan", "'10'"), "allowed");
-   peer->attrCollectionIs(CollectionConfig("other", "1"), "y");
-   updateConfigCheckDbPeer(desc, dir, nullptr, "", peer, "g1");
-   updateConfigCheckDbPeer(desc, dir, nullptr, "", peer, "Ethernet1");
-   Traces traces;
-   insertPeerParam(dir, "", "Peer", Porta::IntfId(), "z");
-   EXPECT_FALSE(traces.contains("Updating"));
-   EXPECT_EQ(entries(dir),
-             "10 vlan @PeerEthernet1: /allowed; 10 vlan g1: /allowed g=g1; mtu "
-             "@PeerEthernet1: /9000; mtu g1: /9000 g=g1");
 }
 
 } // namespace

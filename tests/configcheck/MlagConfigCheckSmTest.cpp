@@ -82,7 +82,7 @@ class TopLevelTest : public CheckerTestBase {
    Kiv::Ptr< MlagConfigCheckSm > top;
 };
 
-TEST_F(TopLevelTest, ConstructionStartsLocalThenPeerAnyOneChangedArgumentReplaces) {
+TEST_F(TopLevelTest, ConstructionReplacementAndNotificationsOfTheSides) {
    Traces traces;
    start();
    EXPECT_EQ(localEntry(dir, "stale"), none);
@@ -143,27 +143,23 @@ TEST_F(TopLevelTest, ConstructionStartsLocalThenPeerAnyOneChangedArgumentReplace
    EXPECT_EQ(container->configCheckSmDel(), top);
    EXPECT_FALSE(container->configCheckSmDel());
    EXPECT_FALSE(top->hasNotificationActive());
-}
 
-// The top level's switch reaches both sides while it holds them. Destroyed
-// directly, not through the container, it switches them off and lets them
-// go, also when it was flagged a zombie already.
-TEST_F(TopLevelTest, NotificationsFollowTheTopLevelDownToItsSides) {
+   // The top level's switch reaches both sides while it holds them. Destroyed
+   // directly, not through the container, it switches them off and lets them
+   // go, also when it was flagged a zombie already.
+   start();
+   top->hasNotificationActiveIs(false);
+   config->valueIs("priority", Kiv::Value::integer(7));
+   peerRecord->attrIs("priority", "8");
+   EXPECT_EQ(localEntry(dir, "priority"), "1");
+   EXPECT_EQ(peerEntry(dir, "priority"), "2");
+   top->hasNotificationActiveIs(true);
+   EXPECT_TRUE(top->statehubToP2pSm()->hasNotificationActive());
+   EXPECT_TRUE(top->p2pToStatehubSm()->hasNotificationActive());
    for (bool zombie : {false, true}) {
-      config->valueIs("priority", Kiv::Value::integer(1));
-      peerRecord->attrIs("priority", "2");
-      start();
+      if (zombie) start();
       auto localSide = top->statehubToP2pSm();
       auto peerSide = top->p2pToStatehubSm();
-      top->hasNotificationActiveIs(false);
-      config->valueIs("priority", Kiv::Value::integer(7));
-      peerRecord->attrIs("priority", "8");
-      EXPECT_EQ(localEntry(dir, "priority"), "1");
-      EXPECT_EQ(peerEntry(dir, "priority"), "2");
-      top->hasNotificationActiveIs(true);
-      EXPECT_TRUE(localSide->hasNotificationActive());
-      EXPECT_TRUE(peerSide->hasNotificationActive());
-
       container->configCheckSmDel();
       top->hasNotificationActiveIs(true);
       if (zombie) top->kivDoZombieReactors(true);

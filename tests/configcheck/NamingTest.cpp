@@ -6,7 +6,7 @@ namespace {
 
 using namespace CheckerTest;
 
-TEST(NamingTest, ParameterNames) {
+TEST(NamingTest, ParameterInterfaceAndValueTextForms) {
    auto perMlag = configCheckDescFactory("perMlag");
    perMlag->mlagInterfacesOnlyIs(true);
    auto perIntf = configCheckDescFactory("perIntf");
@@ -38,9 +38,7 @@ TEST(NamingTest, ParameterNames) {
    // A key the descriptor gives no display name is no parameter at all.
    EXPECT_EQ(getParamName(perMlag, "", po10, "10", "Port-Channel10"), "");
    EXPECT_EQ(getParamName(perIntf, "", none, "", "vlan10"), "");
-}
 
-TEST(NamingTest, InterfaceAndValueTextForms) {
    EXPECT_EQ(getIntfId("Port-Channel10"), Porta::IntfId("Port-Channel10"));
    EXPECT_FALSE(getIntfId(""));
    Traces traces;

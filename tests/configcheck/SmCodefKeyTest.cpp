@@ -18,7 +18,7 @@ SmCodefKey parse(const std::string & text, std::size_t * consumed = nullptr) {
    return k;
 }
 
-TEST(SmCodefKeyTest, EmptinessEqualityAndAStringFormThatRoundTrips) {
+TEST(SmCodefKeyTest, EmptinessEqualityAndAStringFormThatRoundTripsOrNamesWhatFailed) {
    // Only the key with both fields empty is empty: the backlog's bookmark
    // means "from the beginning" by it.
    EXPECT_TRUE(!SmCodefKey());
@@ -45,9 +45,8 @@ TEST(SmCodefKeyTest, EmptinessEqualityAndAStringFormThatRoundTrips) {
       EXPECT_EQ(parse(text, &consumed), k) << text;
       EXPECT_EQ(text.substr(consumed), "tail");
    }
-}
 
-TEST(SmCodefKeyTest, ParseFailuresNameWhatFailed) {
+   // Parse failures name what failed.
    const std::string good = valueToStrep(key("n", "p")).stdString();
    struct Case {
       std::string text;

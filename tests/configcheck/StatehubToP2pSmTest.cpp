@@ -61,7 +61,7 @@ class LocalSideTest : public CheckerTestBase {
 
 // The record and the local column are written by one call (DbUpdateTest);
 // here the column stands for both unless the record alone differs.
-TEST_F(LocalSideTest, ConstructionPublishesEveryValueThenChangesAndFailedReadsFollow) {
+TEST_F(LocalSideTest, ConstructionPublishesEveryValueThenChangesFollowTracingEachStep) {
    Traces traces;
    start(config);
    EXPECT_TRUE(traces.contains("Initializing Sm for 'Local', write config "));
@@ -128,16 +128,13 @@ TEST_F(LocalSideTest, ConstructionPublishesEveryValueThenChangesAndFailedReadsFo
    config->failing = false;
    config->valueIs("priority", Kiv::Value::integer(300));
    EXPECT_EQ(localEntry(dir, "priority"), "300");
-}
 
-// The change path traces the value in its own text form and its value
-// string as text, then files through updateConfigCheckDb. Both resolve the
-// machine's name: a machine that is no interface ("Local", a group) shows as
-// such once for the parameter name, then as often as updateConfigCheckDb
-// alone shows it. Starting again keeps the one handler, which delivers each
-// change once and only attributes the watched entity declares.
-TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
-   start();
+   // The change path traces the value in its own text form and its value
+   // string as text, then files through updateConfigCheckDb. Both resolve the
+   // machine's name: a machine that is no interface ("Local", a group) shows as
+   // such once for the parameter name, then as often as updateConfigCheckDb
+   // alone shows it. Starting again keeps the one handler, which delivers each
+   // change once and only attributes the watched entity declares.
    GenericHandler * handler = sm->genericHandler();
    sm->handleInitialized();
    EXPECT_EQ(sm->genericHandler(), handler);
@@ -146,7 +143,7 @@ TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
       const char *machine, *attr;
       Kiv::Value value;
       const char * line;
-   } cases[] = {
+   } steps[] = {
       {"Local", "priority", Kiv::Value::integer(200),
        ": On attribute change, parameter name = 'priority', readConfig = 'lacp', writeConfig = "
        "'lacp', value = 200 value string = '200' , key = ''"},
@@ -157,9 +154,9 @@ TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
        ": On attribute change, parameter name = 'mtu', readConfig = 'g1', writeConfig = 'g1', "
        "value = 1450 value string = '1450' , key = ''"},
    };
-   for (const auto & c : cases) {
+   for (const auto & c : steps) {
       const bool local = c.machine == std::string("Local");
-      Traces traces;
+      traces.clear();
       (local ? Kiv::Ptr< Kiv::DynamicEntity >(config) : g1)->valueIs(c.attr, c.value);
       EXPECT_TRUE(traces.endsLine(c.line)) << traces.all();
       EXPECT_EQ(traces.count("On attribute change"), 1u) << traces.all();
@@ -181,7 +178,7 @@ TEST_F(LocalSideTest, TheChangePathTracesEachStepInOrder) {
                                    *machine->readConfig()->kivType().attr(c.attr));
       EXPECT_EQ(traces.count(noIntf), 1u) << traces.all();
    }
-   Traces traces;
+   traces.clear();
    const std::uint32_t unknown = static_cast< std::uint32_t >(config->kivType().attrs().size() + 1);
    handler->onRawAttribute(unknown);
    handler->onRawAttribute(unknown, Kiv::GenericValue(Kiv::Value::string("10")));

@@ -8,39 +8,31 @@ using namespace CheckerTest;
 class UtilTest : public ::testing::Test {
  protected:
    Kiv::Ptr< ConfigPluginDir > dir = resultsDir("lacp");
-
-   void insertPeer(const char * param, const char * intf, const char * value) {
-      doInsertPeerIntfParam(dir, param, intf, value);
-   }
-   void insertLocal(const char * param, const char * intf, const char * value,
-                    const char * defaultVal = "", bool absenceImpliesDefault = false) {
-      doInsertLocalIntfParam(dir, param, intf, value, defaultVal, absenceImpliesDefault);
-   }
 };
 
 TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyDefaultsAndAbsence) {
-   insertPeer("mtu", "Ethernet1", "9000");
+   doInsertPeerIntfParam(dir, "mtu", "Ethernet1", "9000");
    EXPECT_EQ(entries(dir), "mtu @PeerEthernet1: /9000");
-   insertPeer("mtu", "Ethernet1", "9214");
+   doInsertPeerIntfParam(dir, "mtu", "Ethernet1", "9214");
    EXPECT_EQ(entries(dir), "mtu @PeerEthernet1: /9214");
-   insertLocal("mtu", "Ethernet1", "1500", "1500");
+   doInsertLocalIntfParam(dir, "mtu", "Ethernet1", "1500", "1500", false);
    EXPECT_EQ(entries(dir), "mtu @Ethernet1: 1500/9214 d=1500");
    // From now on the peer writes the plain entry; it never touches the default.
-   insertPeer("mtu", "Ethernet1", "1500");
+   doInsertPeerIntfParam(dir, "mtu", "Ethernet1", "1500");
    EXPECT_EQ(entries(dir), "mtu @Ethernet1: 1500/1500 d=1500");
 
    // A later insert without a default keeps the recorded one, and the
    // absence test compares against it.
    const struct {
-      const char *value, *defaultVal;
+      const char *value, *defaultVal, *shown;
       bool absenceImpliesDefault;
-      const char * shown;
-   } inserts[] = {{"1500", "1500", true, "mtu @Ethernet1: /1500 d=1500"},
-                  {"1500", "1500", false, "mtu @Ethernet1: 1500/1500 d=1500"},
-                  {"1500", "", true, "mtu @Ethernet1: /1500 d=1500"},
-                  {"9000", "", true, "mtu @Ethernet1: 9000/1500 d=1500"}};
+   } inserts[] = {{"1500", "1500", "mtu @Ethernet1: /1500 d=1500", true},
+                  {"1500", "1500", "mtu @Ethernet1: 1500/1500 d=1500", false},
+                  {"1500", "", "mtu @Ethernet1: /1500 d=1500", true},
+                  {"9000", "", "mtu @Ethernet1: 9000/1500 d=1500", true}};
    for (const auto & i : inserts) {
-      insertLocal("mtu", "Ethernet1", i.value, i.defaultVal, i.absenceImpliesDefault);
+      doInsertLocalIntfParam(dir, "mtu", "Ethernet1", i.value, i.defaultVal,
+                             i.absenceImpliesDefault);
       EXPECT_EQ(entries(dir), i.shown);
    }
    Traces traces;
@@ -71,11 +63,12 @@ TEST_F(UtilTest, GroupIdsOfTheSidesOwnNameAreNeverWritten) {
 // entry alive; emptied tables go. Deleting the peer's clears peer values
 // only, waiting ones too; the plain entry stays even with nothing left.
 TEST_F(UtilTest, InterfaceDeletesOnBothSides) {
-   for (const char * param : {"up", "zero", "dash", "none"}) insertLocal(param, "Ethernet1", "x");
-   insertPeer("up", "Ethernet1", "up");
-   insertPeer("zero", "Ethernet1", "0");
-   insertPeer("dash", "Ethernet1", "-");
-   insertLocal("dash", "Ethernet2", "y"); // keeps the "dash" table alive
+   for (const char * param : {"up", "zero", "dash", "none"})
+      doInsertLocalIntfParam(dir, param, "Ethernet1", "x", "", false);
+   doInsertPeerIntfParam(dir, "up", "Ethernet1", "up");
+   doInsertPeerIntfParam(dir, "zero", "Ethernet1", "0");
+   doInsertPeerIntfParam(dir, "dash", "Ethernet1", "-");
+   doInsertLocalIntfParam(dir, "dash", "Ethernet2", "y", "", false); // keeps the "dash" table alive
    Traces traces;
    handleLocalIntfDelete(dir, "Ethernet1");
    EXPECT_TRUE(
@@ -83,11 +76,11 @@ TEST_F(UtilTest, InterfaceDeletesOnBothSides) {
    EXPECT_TRUE(traces.contains("Clearing local entry 'up' for plugin 'lacp'"));
    EXPECT_EQ(entries(dir), "dash @Ethernet2: y/; up @PeerEthernet1: /up");
 
-   insertLocal("mtu", "Ethernet1", "9000");
-   insertPeer("mtu", "Ethernet1", "9000");
-   insertLocal("lacp", "Ethernet1", "");
-   insertPeer("lacp", "Ethernet1", "active");
-   insertPeer("speed", "Ethernet1", "10g"); // waits provisionally
+   doInsertLocalIntfParam(dir, "mtu", "Ethernet1", "9000", "", false);
+   doInsertPeerIntfParam(dir, "mtu", "Ethernet1", "9000");
+   doInsertLocalIntfParam(dir, "lacp", "Ethernet1", "", "", false);
+   doInsertPeerIntfParam(dir, "lacp", "Ethernet1", "active");
+   doInsertPeerIntfParam(dir, "speed", "Ethernet1", "10g"); // waits provisionally
    handlePeerIntfDelete(dir, "Ethernet1");
    EXPECT_EQ(entries(dir), "dash @Ethernet2: y/; lacp @Ethernet1: /; mtu @Ethernet1: 9000/");
 }
@@ -108,9 +101,9 @@ TEST_F(UtilTest, GroupDeletesOnBothSidesAndLocalDeleteAll) {
    EXPECT_EQ(entries(dir), "mtu g2: 1500/ g=g2");
 
    doInsertPeerParam(dir, "prio", "Peer", "1");
-   insertLocal("mtu", "Ethernet1", "9000");
-   insertPeer("mtu", "Ethernet1", "9000");
-   insertPeer("mtu", "Ethernet2", "1500");
+   doInsertLocalIntfParam(dir, "mtu", "Ethernet1", "9000", "", false);
+   doInsertPeerIntfParam(dir, "mtu", "Ethernet1", "9000");
+   doInsertPeerIntfParam(dir, "mtu", "Ethernet2", "1500");
    traces.clear();
    localDeleteAll(dir);
    EXPECT_EQ(entries(dir), "");
