@@ -87,9 +87,6 @@ inline std::string entries(const Kiv::Ptr< ConfigPluginDir > & dir) {
 
 // The plugin most tests check: global scalars and a value collection, a
 // per-MLAG-interface nested configuration and a per-group one.
-//   priority (default 32768), timeout; vlan members as "<key> vlan";
-//   intfConfig: MLAG interfaces only, absence means default, mtu (default
-//   1500) and mode ("active" shown as "on"); group: mtu, named "mtu <group>".
 inline Kiv::Ptr< ConfigCheckDesc > lacpDesc() {
    auto desc = configCheckDescFactory("lacp");
    desc->attrNameIs("priority", "priority");
@@ -110,9 +107,7 @@ inline Kiv::Ptr< ConfigCheckDesc > lacpDesc() {
 inline Kiv::Ptr< Mlag::Config > mlagConfig(
    std::initializer_list< std::pair< const char *, const char * > > entries) {
    auto mlag = Kiv::kivNew< Mlag::Config >(Kiv::Name("mlag"));
-   for (auto [intf, id] : entries) {
-      mlag->intfConfigIs(Porta::IntfId(intf), Mlag::IntfConfig(id));
-   }
+   for (auto [intf, id] : entries) mlag->intfConfigIs(Porta::IntfId(intf), Mlag::IntfConfig(id));
    return mlag;
 }
 
@@ -142,13 +137,16 @@ inline void runUntilQuiet() { Kiv::activityManager()->runUntilIdle(100000); }
 
 // Captures the checker's trace lines at every level while alive.
 class Traces {
+   static auto holding(std::string_view text) {
+      return [text](const auto & l) { return l.text.find(text) != l.text.npos; };
+   }
+
  public:
    Traces() { traceHandle().levelsUpToIs(9); }
    ~Traces() { traceHandle().levelsUpToIs(-1); }
    bool contains(std::string_view text) const { return sink_.contains(text); }
    std::size_t count(std::string_view text) const {
-      return std::ranges::count_if(
-         sink_.lines(), [&](const auto & l) { return l.text.find(text) != l.text.npos; });
+      return std::ranges::count_if(sink_.lines(), holding(text));
    }
    // Whether some line ends with `text`: a check of a trace's whole tail.
    bool endsLine(std::string_view text) const {
@@ -157,10 +155,8 @@ class Traces {
    }
    // The position of the first line containing `text`; npos when none does.
    std::size_t indexOf(std::string_view text) const {
-      for (std::size_t i = 0; i < sink_.lines().size(); ++i) {
-         if (sink_.lines()[i].text.find(text) != std::string::npos) return i;
-      }
-      return std::string::npos;
+      const auto it = std::ranges::find_if(sink_.lines(), holding(text));
+      return it == sink_.lines().end() ? std::string::npos : it - sink_.lines().begin();
    }
    // Every line captured, for failure messages.
    std::string all() const {

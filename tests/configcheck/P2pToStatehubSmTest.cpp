@@ -50,17 +50,15 @@ class PeerSideTest : public CheckerTestBase {
    GenericConfig::NotifieeConst deaf;
 };
 
-TEST_F(PeerSideTest, TheRecordIsImportedThenChangesAndNestedConfigurationsFollow) {
+TEST_F(PeerSideTest, TheRecordIsImportedThenChangesMlagIdsAndNestedConfigurationsFollow) {
    start();
    // The peer value waits under the provisional key (UtilTest).
    EXPECT_EQ(entries(dir),
              "10 vlan: /allowed; mtu g1: /1400 g=g1; mtu mlag10 "
              "@PeerPort-Channel10: /9000; priority: /100");
-   EXPECT_EQ(peer->p2pToStatehubSm("Port-Channel10")->mlagId(), "10");
    Traces traces;
    peer->handleInitialized();
    EXPECT_TRUE(traces.contains("PeerSm already initialized for'Peer'"));
-   EXPECT_EQ(peer->backlogSize(), 0u);
 
    record->attrIs("priority", "200");
    EXPECT_EQ(peerEntry(dir, "priority"), "200");
@@ -81,6 +79,37 @@ TEST_F(PeerSideTest, TheRecordIsImportedThenChangesAndNestedConfigurationsFollow
              "10 vlan: /; 20 vlan: /allowed; mtu g1: /1300 g=g1; mtu mlag10 "
              "@PeerPort-Channel10: /1500; priority: /");
 
+   // A nested interface configuration is imported again under the MLAG id of
+   // the moment; leaving MLAG keeps what was recorded. One outside MLAG is
+   // imported once it joins.
+   auto po20 = record->nestedIntfConfigIs(Kiv::Name("Port-Channel20"));
+   po20->paramNameIs("intfConfig");
+   po20->attrIs("mtu", "9000");
+   runUntilQuiet();
+   auto po20Peer = peer->p2pToStatehubSm("Port-Channel20");
+   ASSERT_TRUE(po20Peer);
+   EXPECT_EQ(po20Peer->mlagId(), "");
+   EXPECT_EQ(dir->configIntfDirSize(), 1u); // only Port-Channel10's mtu
+   mlag->intfConfigIs(Porta::IntfId("Port-Channel20"), Mlag::IntfConfig("20"));
+   EXPECT_EQ(peerEntry(dir, "mtu mlag20", "PeerPort-Channel20"), "9000");
+   EXPECT_EQ(po20Peer->mlagId(), "20");
+   auto nestedPeer = peer->p2pToStatehubSm("Port-Channel10");
+   traces.clear();
+   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
+   EXPECT_TRUE(traces.contains("'Peer' SM for 'Port-Channel10' ignoring mlag changes."));
+   EXPECT_TRUE(
+      traces.contains("'Port-Channel10' SM for 'Port-Channel10' updating for mlag changes."));
+   EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "1500");
+   // Later changes are named with the id the re-import used, the old entry gone.
+   po10()->attrIs("mtu", "9100");
+   EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9100");
+   EXPECT_EQ(peerEntry(dir, "mtu mlag10", "PeerPort-Channel10"), none);
+   mlag->intfConfigDel(Porta::IntfId("Port-Channel10"));
+   EXPECT_TRUE(
+      traces.contains("'Port-Channel10' SM for 'Port-Channel10' removed from mlag config."));
+   EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9100");
+   EXPECT_EQ(nestedPeer->mlagId(), "11");
+
    // Nested configurations come and go through the backlog.
    traces.clear();
    record->nestedGlobalConfigIs(Kiv::Name("g2"))->paramNameIs("group");
@@ -95,55 +124,22 @@ TEST_F(PeerSideTest, TheRecordIsImportedThenChangesAndNestedConfigurationsFollow
 
    // A withdrawn configuration clears its peer entries, never local ones
    // (the rules in detail: UtilTest).
-   doInsertLocalIntfParam(dir, "mtu mlag10", "Port-Channel10", "9000", "", false);
+   doInsertLocalIntfParam(dir, "mtu mlag11", "Port-Channel10", "9000", "", false);
    record->nestedIntfConfigDel(Kiv::Name("Port-Channel10"));
    record->nestedGlobalConfigDel(Kiv::Name("g1"));
    runUntilQuiet();
    // One text for both kinds of configuration.
    EXPECT_TRUE(traces.contains("Handle peer nested global config remove 'Port-Channel10'"));
    EXPECT_EQ(entries(dir),
-             "10 vlan: /; 20 vlan: /allowed; mtu mlag10 @Port-Channel10: 9000/; priority: /");
-   EXPECT_EQ(peer->p2pToStatehubSmSize(), 0u);
-}
-
-// A nested interface configuration is imported again under the MLAG id of
-// the moment; leaving MLAG keeps what was recorded.
-TEST_F(PeerSideTest, MlagChangesReImportUnderTheNewId) {
-   auto po20 = record->nestedIntfConfigIs(Kiv::Name("Port-Channel20"));
-   po20->paramNameIs("intfConfig");
-   po20->attrIs("mtu", "9000");
-   start();
-   // An interface outside MLAG is imported once it joins.
-   auto po20Peer = peer->p2pToStatehubSm("Port-Channel20");
-   ASSERT_TRUE(po20Peer);
-   EXPECT_EQ(po20Peer->mlagId(), "");
-   EXPECT_EQ(dir->configIntfDirSize(), 1u); // only Port-Channel10's mtu
-   mlag->intfConfigIs(Porta::IntfId("Port-Channel20"), Mlag::IntfConfig("20"));
-   EXPECT_EQ(peerEntry(dir, "mtu mlag20", "PeerPort-Channel20"), "9000");
-   EXPECT_EQ(po20Peer->mlagId(), "20");
-
-   auto nestedPeer = peer->p2pToStatehubSm("Port-Channel10");
-   Traces traces;
-   mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
-   EXPECT_TRUE(traces.contains("'Peer' SM for 'Port-Channel10' ignoring mlag changes."));
-   EXPECT_TRUE(
-      traces.contains("'Port-Channel10' SM for 'Port-Channel10' updating for mlag changes."));
-   EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9000");
-   // Later changes are named with the id the re-import used, the old entry gone.
-   po10()->attrIs("mtu", "9100");
-   EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9100");
-   EXPECT_EQ(peerEntry(dir, "mtu mlag10", "PeerPort-Channel10"), none);
-   mlag->intfConfigDel(Porta::IntfId("Port-Channel10"));
-   EXPECT_TRUE(
-      traces.contains("'Port-Channel10' SM for 'Port-Channel10' removed from mlag config."));
-   EXPECT_EQ(peerEntry(dir, "mtu mlag11", "PeerPort-Channel10"), "9100");
-   EXPECT_EQ(nestedPeer->mlagId(), "11");
+             "10 vlan: /; 20 vlan: /allowed; mtu mlag11 @Port-Channel10: 9000/; "
+             "mtu mlag20 @PeerPort-Channel20: /9000; priority: /");
+   EXPECT_EQ(peer->p2pToStatehubSmSize(), 1u);
 }
 
 // The top-level peer side needs a descriptor and a record with a parameter
 // name; a nested one needs its parent's descriptor to describe its record.
 // Until it is initialized, changes are dropped.
-TEST_F(PeerSideTest, InitializationNeedsADescriptorANamedRecordAndReCreationTheSameArguments) {
+TEST_F(PeerSideTest, InitializationReCreationAndTheWatchedRecord) {
    peer = P2pToStatehubSm::P2pToStatehubSmIs(checkerClock(), dir, record, "Peer", mlag, nullptr);
    EXPECT_FALSE(peer->initialized());
    Traces traces;
@@ -210,18 +206,15 @@ TEST_F(PeerSideTest, InitializationNeedsADescriptorANamedRecordAndReCreationTheS
    EXPECT_EQ(walked.size(), 5u); // with g1, g2, g5 and g9
    EXPECT_FALSE(peer->p2pToStatehubSm("Port-Channel10"));
    EXPECT_EQ(peer->p2pToStatehubSmSize(), 4u);
-}
 
-// A record taken away after the import reads as empty: changes handled then
-// record empty peer values, no nested configuration is found any more, and
-// a key for a nested machine removes it with its peer entries.
-TEST_F(PeerSideTest, WatchedRecordAndMlagConfigurationCanBeSwappedAndDropped) {
-   start();
+   // A record taken away after the import reads as empty: changes handled then
+   // record empty peer values, no nested configuration is found any more, and
+   // a key for a nested machine removes it with its peer entries.
    auto other = Kiv::kivNew< GenericConfig >(Kiv::Name("other"));
    // Only the record watched now is heard.
    for (const auto & now : {other, Kiv::Ptr< GenericConfig >(), record}) peer->peerConfigIs(now);
    other->attrIs("priority", "556");
-   EXPECT_EQ(peerEntry(dir, "priority"), "100");
+   EXPECT_EQ(peerEntry(dir, "priority"), "300");
    peer->peerConfigIs(other);
    other->attrIs("priority", "557");
    EXPECT_EQ(peerEntry(dir, "priority"), "557");
@@ -234,7 +227,7 @@ TEST_F(PeerSideTest, WatchedRecordAndMlagConfigurationCanBeSwappedAndDropped) {
    peer->handleNestedIntfConfig();
    peer->handleNestedGlobalConfig();
    EXPECT_EQ(peer->backlogSize(), 0u);
-   Traces traces;
+   traces.clear();
    peer->processSmCodefKey(SmCodefKey(Kiv::Name("g1"), "Peer"));
    EXPECT_TRUE(traces.contains("Handle peer nested global config remove 'g1'")) << traces.all();
    EXPECT_FALSE(peer->p2pToStatehubSm("g1"));

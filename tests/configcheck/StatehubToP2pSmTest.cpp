@@ -189,7 +189,7 @@ TEST_F(LocalSideTest, ConstructionPublishesEveryValueThenChangesFollowTracingEac
 // machines come and go. Element keys are compared in their rendered,
 // unquoted form: a key that renders escaped is found under that form, among
 // several members.
-TEST_F(LocalSideTest, NestedElementsComeAndGoThroughTheBacklog) {
+TEST_F(LocalSideTest, NestedElementsComeAndGoThroughTheBacklogAndMoveWithTheirMlagId) {
    struct Heard : StatehubToP2pSm::NotifieeConst {
       std::vector< std::string > names;
       void onStatehubToP2pSm(const Kiv::String & name) override {
@@ -234,19 +234,8 @@ TEST_F(LocalSideTest, NestedElementsComeAndGoThroughTheBacklog) {
                                                       rendered.stdString(), rendered.stdString()}));
    heard.notifierIs(nullptr);
 
-   config->memberDel("intfConfig", "Port-Channel10");
-   config->memberDel("group", "g1");
-   runUntilQuiet();
-   EXPECT_FALSE(nested("Port-Channel10"));
-   EXPECT_FALSE(record->nestedGlobalConfig(Kiv::Name("g1")));
-   EXPECT_EQ(sm->statehubToP2pSmSize(), 0u);
-   // The parent's own entries stay.
-   EXPECT_EQ(entries(dir), "10 vlan: allowed/; priority: 100/; timeout: /");
-}
-
-TEST_F(LocalSideTest, AnMlagIdChangeMovesTheInterfaceEntries) {
-   start();
-   Traces traces;
+   // An MLAG id change moves the interface entries.
+   traces.clear();
    mlag->intfConfigIs(Porta::IntfId("Port-Channel10"), Mlag::IntfConfig("11"));
    runUntilQuiet();
    EXPECT_EQ(entries(dir),
@@ -286,6 +275,15 @@ TEST_F(LocalSideTest, AnMlagIdChangeMovesTheInterfaceEntries) {
    sm->mlagConfigIs(other);
    EXPECT_EQ(sm->mlagConfigDel(), Kiv::PtrConst< Mlag::Config >(other));
    EXPECT_FALSE(sm->mlagConfigDel());
+
+   config->memberDel("intfConfig", "Port-Channel10");
+   config->memberDel("group", "g1");
+   runUntilQuiet();
+   EXPECT_FALSE(nested("Port-Channel10"));
+   EXPECT_FALSE(record->nestedGlobalConfig(Kiv::Name("g1")));
+   EXPECT_EQ(sm->statehubToP2pSmSize(), 0u);
+   // The parent's own entries stay.
+   EXPECT_EQ(entries(dir), "10 vlan: allowed/; priority: 100/; timeout: /");
 }
 
 // Machines outside MLAG have no id; an interface machine of an MLAG-only

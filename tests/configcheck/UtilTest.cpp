@@ -46,19 +46,6 @@ TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyDefaultsAndAbsence) {
    EXPECT_EQ(entries(dir), "mtu @Ethernet1: 9000/1500 d=1500");
 }
 
-TEST_F(UtilTest, GroupIdsOfTheSidesOwnNameAreNeverWritten) {
-   doInsertLocalParam(dir, "mode", "Local", "mstp");
-   doInsertPeerParam(dir, "mode", "Peer", "rstp");
-   EXPECT_EQ(entries(dir), "mode: mstp/rstp");
-   doInsertLocalParam(dir, "mode", "g1", "mstp");
-   doInsertPeerParam(dir, "mode", "", "rstp");
-   doInsertLocalParam(dir, "mode", "", "");
-   EXPECT_EQ(entries(dir), "mode: /rstp g=g1");
-   doInsertPeerParam(dir, "mode", "g2", "rstp");
-   doInsertLocalParam(dir, "prio", "Peer", "1");
-   EXPECT_EQ(entries(dir), "mode: /rstp g=g2; prio: 1/ g=Peer");
-}
-
 // Deleting the local side's interface: "0", "-" and nothing do not keep an
 // entry alive; emptied tables go. Deleting the peer's clears peer values
 // only, waiting ones too; the plain entry stays even with nothing left.
@@ -85,7 +72,18 @@ TEST_F(UtilTest, InterfaceDeletesOnBothSides) {
    EXPECT_EQ(entries(dir), "dash @Ethernet2: y/; lacp @Ethernet1: /; mtu @Ethernet1: 9000/");
 }
 
-TEST_F(UtilTest, GroupDeletesOnBothSidesAndLocalDeleteAll) {
+TEST_F(UtilTest, GroupIdsOfTheSidesOwnNameAreNeverWrittenGroupDeletesAndDeleteAll) {
+   doInsertLocalParam(dir, "mode", "Local", "mstp");
+   doInsertPeerParam(dir, "mode", "Peer", "rstp");
+   EXPECT_EQ(entries(dir), "mode: mstp/rstp");
+   doInsertLocalParam(dir, "mode", "g1", "mstp");
+   doInsertPeerParam(dir, "mode", "", "rstp");
+   doInsertLocalParam(dir, "mode", "", "");
+   EXPECT_EQ(entries(dir), "mode: /rstp g=g1");
+   doInsertPeerParam(dir, "mode", "g2", "rstp");
+   doInsertLocalParam(dir, "prio", "Peer", "1");
+   EXPECT_EQ(entries(dir), "mode: /rstp g=g2; prio: 1/ g=Peer");
+
    doInsertLocalParam(dir, "mtu g1", "g1", "9000");
    doInsertPeerParam(dir, "mtu g1", "g1", "9000");
    doInsertLocalParam(dir, "prio g1", "g1", "1");
@@ -95,19 +93,19 @@ TEST_F(UtilTest, GroupDeletesOnBothSidesAndLocalDeleteAll) {
    handleLocalGroupDelete(dir, "g1");
    // The local group trace has no blank before "for"; the peer one has.
    EXPECT_TRUE(traces.contains("Clearing local entry 'mtu g1'for plugin 'lacp'"));
-   EXPECT_EQ(entries(dir), "mtu g1: /9000 g=g1; mtu g2: 1500/ g=g2");
+   EXPECT_EQ(entries(dir),
+             "mode: /rstp g=g2; mtu g1: /9000 g=g1; mtu g2: 1500/ g=g2; prio: 1/ g=Peer");
    handlePeerGroupDelete(dir, "g1");
    EXPECT_TRUE(traces.contains("Clearing peer entry 'mtu g1' for plugin 'lacp'"));
-   EXPECT_EQ(entries(dir), "mtu g2: 1500/ g=g2");
+   EXPECT_EQ(entries(dir), "mode: /rstp g=g2; mtu g2: 1500/ g=g2; prio: 1/ g=Peer");
 
-   doInsertPeerParam(dir, "prio", "Peer", "1");
    doInsertLocalIntfParam(dir, "mtu", "Ethernet1", "9000", "", false);
    doInsertPeerIntfParam(dir, "mtu", "Ethernet1", "9000");
    doInsertPeerIntfParam(dir, "mtu", "Ethernet2", "1500");
    traces.clear();
    localDeleteAll(dir);
    EXPECT_EQ(entries(dir), "");
-   EXPECT_EQ(traces.count("Clearing entry "), 2u);
+   EXPECT_EQ(traces.count("Clearing entry "), 3u);
 }
 
 TEST(UtilDeathTest, ProgrammingFaultsAreAssertions) {
