@@ -43,8 +43,7 @@ TEST_F(BacklogTest, SlicesYieldAtATenthEntryPastTheDeadlineAndResumeAtTheBookmar
    sm->costPerKey = 0;
    EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 15u);
    EXPECT_EQ(sm->seen[10], "k11");
-   // A slice that empties the backlog leaves the bookmark as it was; the
-   // next slice does not find it and starts at the beginning.
+   // Emptying the backlog leaves the bookmark; the next slice, not finding it, starts over.
    EXPECT_EQ(sm->bookmark(), key(11));
 
    // Fewer than ten entries never read the clock, however late the slice.
@@ -66,8 +65,7 @@ TEST_F(BacklogTest, SlicesYieldAtATenthEntryPastTheDeadlineAndResumeAtTheBookmar
    EXPECT_EQ(sm->processBacklog(Kiv::System::currentTime()), 1u);
    EXPECT_EQ(sm->seen.back(), "k1");
 
-   // A slice starts at the bookmark and wraps around; a bookmark that went
-   // away starts it at the beginning.
+   // A slice starts at the bookmark and wraps around; one gone starts it at the beginning.
    for (int gone : {0, 1}) {
       sm->seen.clear();
       for (int i = 1; i <= 3; ++i) sm->add(key(i));
@@ -79,7 +77,7 @@ TEST_F(BacklogTest, SlicesYieldAtATenthEntryPastTheDeadlineAndResumeAtTheBookmar
    }
 }
 
-TEST_F(BacklogTest, RepeatedKeysCoalesceAndNewKeysJoinTheSlice) {
+TEST_F(BacklogTest, RepeatedKeysCoalesceAFailingKeyStaysAnUninitializedSideDiscards) {
    sm->add(key(1));
    sm->add(key(2));
    sm->add(key(1));
@@ -90,9 +88,8 @@ TEST_F(BacklogTest, RepeatedKeysCoalesceAndNewKeysJoinTheSlice) {
    EXPECT_EQ(sm->seen, (std::vector< std::string >{"k1", "k2", "k3"}));
    EXPECT_EQ(sm->updatesSeen(), 4u);
    EXPECT_EQ(sm->dispatchCount(), 1u);
-}
 
-TEST_F(BacklogTest, AFailingKeyStaysAnUninitializedSideDiscardsAll) {
+   sm->seen.clear();
    for (int i = 1; i <= 3; ++i) sm->add(key(i));
    sm->bookmarkIs(key(3));
    sm->onKey = [this](const SmCodefKey & k) {

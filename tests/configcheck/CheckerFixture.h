@@ -1,6 +1,5 @@
-// Helpers that speak the checker's domain: results entries, descriptors,
-// configurations and trace capture with the checker's handle switched on.
-// Tests run on virtual time and drive deferred work with runUntilQuiet().
+// Helpers in the checker's terms: results entries, descriptors, configurations, its
+// traces. Tests run on virtual time and drive deferred work with runUntilQuiet().
 #pragma once
 
 #include <gtest/gtest.h>
@@ -170,10 +169,9 @@ class Traces {
    Kiv::Trace::CaptureSink sink_;
 };
 
-// Every test starts on virtual time with nothing scheduled and ends with no
-// checker object left alive: the live counts are taken before the derived
-// fixture's members are built (the activity manager lives on), and compared
-// once they have released their references.
+// Every test starts on virtual time with nothing scheduled and ends with no checker
+// object alive: live counts are taken before the derived fixture's members are built
+// (the activity manager lives on), and compared once they have let go.
 class CheckerTestBase : public ::testing::Test {
  protected:
    CheckerTestBase() : before_((Kiv::activityManager(), Kiv::LiveCount::snapshot())) {

@@ -20,9 +20,8 @@ struct DescLog : ConfigCheckDesc::NotifieeConst {
    }
 };
 
-// A change reaches a watcher that overrides its callback and one that
-// overrides nothing; a set to the present value and a removal of an absent
-// key notify nothing, a notify repeats the per-key callbacks.
+// A change reaches watchers that override their callback or nothing; setting the present
+// value or removing an absent key notifies nothing, a notify repeats per-key callbacks.
 TEST(ConfigCheckDescTest, ChangesNotifyOnlyWhenSomethingChanges) {
    auto desc = configCheckDescFactory("lacp");
    ConfigCheckDesc::NotifieeConst deaf;
@@ -36,9 +35,8 @@ TEST(ConfigCheckDescTest, ChangesNotifyOnlyWhenSomethingChanges) {
    desc->attrNameIs("mode", "mode");
    desc->attrNameIs("speed", "speed");
    // Removed through an iterator: notified once, and not again by the removal of all.
-   for (auto & it : desc->attrNameMap()) {
+   for (auto & it : desc->attrNameMap())
       if (it.key() == "speed") desc->attrNameDel(it);
-   }
    desc->attrNameDelAll();
    desc->nestedConfigCheckDescIs("a");
    desc->nestedConfigCheckDescIs("a");

@@ -19,9 +19,8 @@ class DbUpdateTest : public ::testing::Test {
    }
 };
 
-// Names the entity lacks, or has in the other shape (a collection named as a
-// scalar, a scalar as a collection), are skipped. A value equal to its
-// default stays in the record; only a member's outer quotes come off.
+// Names the entity lacks, or has in the other shape, are skipped. A value equal to
+// its default stays in the record; only a member's outer quotes come off.
 TEST_F(DbUpdateTest, AGlobalEntityPublishesWhatItHasInTheShapeNamedAPeerRecordWhatIsNamed) {
    desc->attrNameIs("priority", "system priority");
    desc->attrNameIs("speed", "speed");
@@ -86,9 +85,8 @@ TEST_F(DbUpdateTest, AbsenceImpliesDefaultKeepsDefaultsOutOfTheRecordOnly) {
              intfEntry(dir, "mode", "Ethernet1")->localVal().charPtr());
 }
 
-// After an MLAG id change one call moves the entries: the old entry keeps
-// only the peer's value, under the provisional key. Without an entity only
-// that removal is done; without a record the local table is written anyway.
+// After an MLAG id change one call moves the entries, the old one keeping only the
+// peer's value under the provisional key; without an entity only that is done.
 TEST_F(DbUpdateTest, AnMlagIdChangeMovesTheEntriesInOneCall) {
    desc->mlagInterfacesOnlyIs(true);
    desc->attrNameIs("mode", "mode");
@@ -113,6 +111,7 @@ TEST_F(DbUpdateTest, AnMlagIdChangeMovesTheEntriesInOneCall) {
    updateConfigCheckDbPeer(desc, dir, mlag, "10", nullptr, "Port-Channel10");
    EXPECT_EQ(entries(dir), "");
 
+   // Without a record the local table is written anyway.
    updateConfigCheckDbUtil(desc, dir, mlag, "", config, nullptr, "Port-Channel10", false);
    EXPECT_EQ(entries(dir),
              "10 vlan mlag11 @Port-Channel10: allowed/; mode mlag11 @Port-Channel10: active/");

@@ -30,9 +30,8 @@ std::string typeError(const Kiv::KivType & type, const Args & args) {
    return "";
 }
 
-// Asks `request` once per argument position with the arguments `same` but
-// that one taken from `other`: each such request replaces the present object,
-// and asking again with the same arguments keeps the replacement.
+// Asks `request` with the arguments `same` but one taken from `other`, for each
+// position: each replaces the present object, asked again it keeps the replacement.
 template < class Request, class... A >
 void eachArgumentReplaces(Request request, const std::tuple< A... > & same,
                           const std::tuple< A... > & other) {
@@ -64,8 +63,7 @@ class TopLevelTest : public CheckerTestBase {
    void start() {
       top = container->configCheckSmIs(dir, "lacp", config, local, peerRecord, desc, mlag);
    }
-   // The top level's constructor arguments, as an agent that knows only the
-   // type's name passes them.
+   // The top level's constructor arguments, as an agent knowing only the type passes them.
    Args sevenArguments() {
       return {object(dir),   Kiv::Value::string("r"), Kiv::GenericValue(Kiv::genericIf(config)),
               object(local), object(peerRecord),      object(desc),
@@ -119,8 +117,7 @@ TEST_F(TopLevelTest, ConstructionReplacementAndNotificationsOfTheSides) {
                                    otherRecord, otherDesc, otherMlag));
    top = container->configCheckSm();
 
-   // A machine not named "Peer" is a nested one: it looks its descriptor up
-   // in its parent's.
+   // A machine not named "Peer" is a nested one: its descriptor is its parent's.
    auto parent = P2pToStatehubSm::P2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, nullptr);
    auto otherParent =
       P2pToStatehubSm::P2pToStatehubSmIs(clock, dir, peerRecord, "Peer", mlag, nullptr);
@@ -145,8 +142,7 @@ TEST_F(TopLevelTest, ConstructionReplacementAndNotificationsOfTheSides) {
    EXPECT_FALSE(top->hasNotificationActive());
 
    // The top level's switch reaches both sides while it holds them. Destroyed
-   // directly, not through the container, it switches them off and lets them
-   // go, also when it was flagged a zombie already.
+   // directly it switches them off and lets them go, also as a zombie already.
    start();
    top->hasNotificationActiveIs(false);
    config->valueIs("priority", Kiv::Value::integer(7));
@@ -181,10 +177,9 @@ TEST_F(TopLevelTest, ConstructionReplacementAndNotificationsOfTheSides) {
    EXPECT_FALSE(peerSide->hasNotificationActive());
 }
 
-// A top level is created from its seven constructor arguments alone; argument
-// lists that do not fit are refused before anything is built or changed.
-// Created, it is reached by attribute name.
-TEST_F(TopLevelTest, ReflectiveCreationAndAccessByAttributeName) {
+// A top level is created from its seven constructor arguments alone, then reached
+// by attribute name; arguments that do not fit are refused before anything changes.
+TEST_F(TopLevelTest, ReflectiveCreationAndAccessByName) {
    const auto wrong = object(Kiv::kivNew< Kiv::Clock >(Kiv::Name("clock")));
    auto withArgument = [&](std::size_t position, const Kiv::GenericValue & value) {
       Args args = sevenArguments();
@@ -208,8 +203,7 @@ TEST_F(TopLevelTest, ReflectiveCreationAndAccessByAttributeName) {
    };
    for (const auto & c : creations)
       EXPECT_EQ(typeError(MlagConfigCheckSm::kivType(), c.args), c.error);
-   // A missing object is no type error: the null reaches the factory, which
-   // refuses a null results directory.
+   // A missing object is no type error: the factory refuses a null results directory.
    EXPECT_THROW(MlagConfigCheckSm::kivType().create(withArgument(0, Kiv::GenericValue())),
                 Kiv::RangeException);
    EXPECT_EQ(Kiv::LiveCount::count("Mlag::ConfigCheck::MlagConfigCheckSm"), 0);
@@ -296,18 +290,15 @@ TEST_F(TopLevelTest, ReflectiveCreationAndAccessByAttributeName) {
          << attribute;
    }
    EXPECT_FALSE(top->genericIfOp(Op::call, "noSuchAttribute", {}, result));
-}
 
-// An agent that knows only a type's name creates a container or a
-// descriptor from its name alone, and from nothing else.
-TEST(TypeRegistrationTest, ContainersAndDescriptorsAreCreatedFromTheirName) {
+   // A container or a descriptor is created from its name alone, and from nothing else.
    registerConfigCheckTypes();
    const Args lacp = {Kiv::Value::string("lacp")}, two = {lacp[0], lacp[0]};
    Kiv::Ptr< Kiv::KivType > type = Kiv::typeNode("Mlag::ConfigCheck::SmContainer");
    ASSERT_TRUE(type);
-   auto container = Kiv::ptrCast< SmContainer >(type->create(lacp));
-   ASSERT_TRUE(container);
-   EXPECT_EQ(container->name(), "lacp");
+   auto made = Kiv::ptrCast< SmContainer >(type->create(lacp));
+   ASSERT_TRUE(made);
+   EXPECT_EQ(made->name(), "lacp");
    EXPECT_EQ(typeError(*type, {}), "SmContainer takes 1 arguments, given 0");
    type = Kiv::typeNode("Mlag::ConfigCheck::ConfigCheckDesc");
    ASSERT_TRUE(type);

@@ -12,15 +12,12 @@ TEST(NamingTest, ParameterInterfaceAndValueTextForms) {
    auto perIntf = configCheckDescFactory("perIntf");
    const Porta::IntfId po10("Port-Channel10");
    const Porta::IntfId none;
-   struct Case {
+   // An interface outside MLAG names nothing (and says so: LocalSideTest).
+   const struct {
       Kiv::Ptr< ConfigCheckDesc > desc;
       Porta::IntfId intf;
-      const char * mlagId;
-      const char * owner;
-      const char * expected;
-   };
-   // An interface outside MLAG names nothing (and says so: LocalSideTest).
-   const Case cases[] = {
+      const char *mlagId, *owner, *expected;
+   } cases[] = {
       {perMlag, po10, "10", "Port-Channel10", "mode mlag10"},
       {perMlag, po10, "", "Port-Channel10", ""},
       {perIntf, po10, "10", "g1", "mode"},
@@ -31,7 +28,7 @@ TEST(NamingTest, ParameterInterfaceAndValueTextForms) {
       {perIntf, none, "", "vlan10", "mode vlan10"},
       {perMlag, none, "", "vlan10", "mode vlan10"},
    };
-   for (const Case & c : cases) {
+   for (const auto & c : cases) {
       EXPECT_EQ(getParamName(c.desc, "mode", c.intf, c.mlagId, c.owner), c.expected)
          << c.owner << " mlag '" << c.mlagId << "'";
    }

@@ -19,8 +19,7 @@ SmCodefKey parse(const std::string & text, std::size_t * consumed = nullptr) {
 }
 
 TEST(SmCodefKeyTest, EmptinessEqualityAndAStringFormThatRoundTripsOrNamesWhatFailed) {
-   // Only the key with both fields empty is empty: the backlog's bookmark
-   // means "from the beginning" by it.
+   // Only the key with both fields empty is empty: the bookmark "from the beginning".
    EXPECT_TRUE(!SmCodefKey());
    EXPECT_FALSE(!key("", "intfConfig") || !key("Ethernet1", ""));
    EXPECT_FALSE(key("a", "x") == key("a", "y") || key("a", "x") == key("b", "x"));
@@ -48,11 +47,10 @@ TEST(SmCodefKeyTest, EmptinessEqualityAndAStringFormThatRoundTripsOrNamesWhatFai
 
    // Parse failures name what failed.
    const std::string good = valueToStrep(key("n", "p")).stdString();
-   struct Case {
+   const struct {
       std::string text;
       const char * attr; // null: a plain parse error
-   };
-   const Case cases[] = {
+   } cases[] = {
       {"", nullptr},
       {"garbage", nullptr},
       {good.substr(0, 20), nullptr},
@@ -64,7 +62,7 @@ TEST(SmCodefKeyTest, EmptinessEqualityAndAStringFormThatRoundTripsOrNamesWhatFai
       {good.substr(0, good.size() - 1), nullptr},
       {"Value('Mlag::ConfigCheck::SmCodefKey', ** {'name': '" + std::string(100000, 'x'), "name"},
    };
-   for (const Case & c : cases) {
+   for (const auto & c : cases) {
       try {
          parse(c.text);
          ADD_FAILURE() << "parsed: " << c.text.substr(0, 80);

@@ -21,8 +21,7 @@ TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyDefaultsAndAbsence) {
    doInsertPeerIntfParam(dir, "mtu", "Ethernet1", "1500");
    EXPECT_EQ(entries(dir), "mtu @Ethernet1: 1500/1500 d=1500");
 
-   // A later insert without a default keeps the recorded one, and the
-   // absence test compares against it.
+   // A later insert without a default keeps the recorded one; absence compares to it.
    const struct {
       const char *value, *defaultVal, *shown;
       bool absenceImpliesDefault;
@@ -46,9 +45,8 @@ TEST_F(UtilTest, PeerValueWaitsUnderProvisionalKeyDefaultsAndAbsence) {
    EXPECT_EQ(entries(dir), "mtu @Ethernet1: 9000/1500 d=1500");
 }
 
-// Deleting the local side's interface: "0", "-" and nothing do not keep an
-// entry alive; emptied tables go. Deleting the peer's clears peer values
-// only, waiting ones too; the plain entry stays even with nothing left.
+// On a local delete "0", "-" and nothing keep no entry alive, emptied tables go; a peer
+// delete clears peer values only, waiting ones too, the plain entry stays.
 TEST_F(UtilTest, InterfaceDeletesOnBothSides) {
    for (const char * param : {"up", "zero", "dash", "none"})
       doInsertLocalIntfParam(dir, param, "Ethernet1", "x", "", false);
