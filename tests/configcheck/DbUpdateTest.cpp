@@ -21,7 +21,7 @@ class DbUpdateTest : public ::testing::Test {
 
 // Names the entity lacks, or has in the other shape, are skipped. A value equal to
 // its default stays in the record; only a member's outer quotes come off.
-TEST_F(DbUpdateTest, AGlobalEntityPublishesWhatItHasInTheShapeNamedAPeerRecordWhatIsNamed) {
+TEST_F(DbUpdateTest, EntityAndPeerRecordPublishWhatTheDescriptorNamesInItsShape) {
    desc->attrNameIs("priority", "system priority");
    desc->attrNameIs("speed", "speed");
    desc->attrNameIs("vlan", "vlan as scalar");

@@ -135,7 +135,6 @@ TEST_F(PeerSideTest, TheRecordIsImportedThenChangesMlagIdsAndNestedConfiguration
 // and a named record; a nested one, its parent's descriptor to describe its record.
 TEST_F(PeerSideTest, InitializationReCreationAndTheWatchedRecord) {
    peer = P2pToStatehubSm::P2pToStatehubSmIs(checkerClock(), dir, record, "Peer", mlag, nullptr);
-   EXPECT_FALSE(peer->initialized());
    Traces traces;
    record->attrIs("priority", "300");
    EXPECT_TRUE(traces.contains("Attribute change before initialization of 'priority'"));
